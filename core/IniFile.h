@@ -1,0 +1,73 @@
+#pragma once
+
+// CIniFileW: an INI document read from a file whole, changed in memory and
+// written back whole. Section and key names are trimmed of spaces and tabs and
+// compared without regard to case; both are kept sorted by that comparison.
+// Values are kept exactly. Comments and unrecognised lines are not kept.
+// One object belongs to one thread.
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace grs {
+
+// Case-insensitive ordering of names (as _wcsicmp).
+struct IniNameLess {
+    bool operator()(const std::wstring& a, const std::wstring& b) const;
+};
+
+// How a document's bytes were (or will be) stored.
+enum class IniEncoding {
+    Utf16Le,     // UTF-16LE with a byte-order mark, as the private-profile functions keep such files
+    Utf8Bom,     // UTF-8 with a byte-order mark
+    Utf8,        // plain bytes that are valid UTF-8
+    AnsiCodePage // any other plain bytes: the system's ANSI code page
+};
+
+}  // namespace grs
+
+class CIniFileW {
+public:
+    struct Key {
+        std::wstring name;   // as first added
+        std::wstring value;
+    };
+    struct Section {
+        std::wstring name;   // as first added
+        std::map<std::wstring, Key, grs::IniNameLess> keys;
+
+        // Existing key of that name or a new one with an empty value.
+        Key* AddKey(const std::wstring& name);
+        Key* FindKey(const std::wstring& name);
+    };
+
+    // 1 when the file was opened and read (its content replaces the document),
+    // 0 otherwise.
+    int Load(const std::wstring& path);
+
+    // Writes the whole document; 1 on success. The new content goes to a
+    // temporary file in the same folder that then replaces the old file in
+    // one step, so a crash or a full disk leaves the old file whole. Returns 0
+    // (and leaves the old file) on any failure.
+    int Save(const std::wstring& path);
+
+    void Clear();
+    Section* FindSection(const std::wstring& name);
+    Section* AddSection(const std::wstring& name);
+    Key* AddKey(Section* section, const std::wstring& key);
+
+    // Missing section: empty text (not the default). Missing key in an
+    // existing section: the default. Otherwise the value.
+    std::wstring GetValue(const std::wstring& section, const std::wstring& key, std::wstring defaultValue);
+
+    // Pure text forms, for tests and tools: parse lines / render the document.
+    void ParseText(const std::wstring& text);
+    std::wstring RenderText() const;
+
+    grs::IniEncoding Encoding() const { return m_encoding; }
+
+private:
+    std::map<std::wstring, Section, grs::IniNameLess> m_sections;
+    grs::IniEncoding m_encoding = grs::IniEncoding::Utf8;
+};

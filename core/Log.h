@@ -1,0 +1,33 @@
+#pragma once
+
+// The library's one way to log: through the client's logger, module 0, never
+// throwing (a failing logger must not turn into a failing operation).
+
+#include <string>
+
+namespace grs::log {
+
+constexpr int kInfo = 2;
+constexpr int kError = 5;
+
+void Write(int severity, int line, const char* function, const std::wstring& message, bool flag = true) noexcept;
+void Write(int severity, int line, const char* function, const std::string& message, bool flag = true) noexcept;
+
+inline void Info(int line, const char* function, const std::wstring& message) noexcept {
+    Write(kInfo, line, function, message);
+}
+inline void Info(int line, const char* function, const std::string& message) noexcept {
+    Write(kInfo, line, function, message);
+}
+inline void Error(int line, const char* function, const std::wstring& message) noexcept {
+    Write(kError, line, function, message);
+}
+inline void Error(int line, const char* function, const std::string& message) noexcept {
+    Write(kError, line, function, message);
+}
+
+// "[Class::Operation] " followed by the exception's text, at severity 5: the
+// convention for exceptions caught at the edge of an operation.
+void Exception(int line, const char* function, const char* what) noexcept;
+
+}  // namespace grs::log

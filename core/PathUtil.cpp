@@ -1,0 +1,78 @@
+#include "core/PathUtil.h"
+
+#include <windows.h>
+
+#include "core/UniqueResource.h"
+
+namespace grs {
+
+bool EndsWithSeparator(const std::wstring& path) {
+    return !path.empty() && (path.back() == L'\\' || path.back() == L'/');
+}
+
+std::wstring PathJoin(const std::wstring& folder, const std::wstring& name) {
+    if (folder.empty()) return name;
+    return EndsWithSeparator(folder) ? folder + name : folder + L'\\' + name;
+}
+
+std::wstring DirectoryWithSeparator(const std::wstring& path) {
+    const size_t slash = path.rfind(L'\\');
+    if (slash == std::wstring::npos || slash + 1 >= path.size()) return path;
+    return path.substr(0, slash + 1);
+}
+
+bool IsPlaceholderEntry(unsigned long attributes, unsigned long reparseTag) {
+    if (attributes & kAttributeRecallOnDataAccess) return true;
+    if (attributes & kAttributeReparsePoint) {
+        return reparseTag == kReparseTagCloud4 ||
+               (attributes & (kAttributeOffline | kAttributeRecallOnDataAccess)) != 0;
+    }
+    return false;
+}
+
+std::wstring WithExtendedPrefix(const std::wstring& path) {
+    if (path.size() >= MAX_PATH && path.find(L"\\\\?\\") == std::wstring::npos) return L"\\\\?\\" + path;
+    return path;
+}
+
+std::wstring ToLongPath(std::wstring path) {
+    wchar_t buffer[MAX_PATH] = {};
+    if (::GetLongPathNameW(path.c_str(), buffer, MAX_PATH) != 0) {
+        // A long form that does not fit reports the needed size: not supported,
+        // the buffer then holds nothing useful and the input is kept.
+        if (buffer[0] != L'\0') return std::wstring(buffer);
+    }
+    return path;
+}
+
+bool IsCloudPlaceholder(const std::wstring& path) {
+    try {
+        const std::wstring query = WithExtendedPrefix(path);
+        WIN32_FIND_DATAW data = {};
+        UniqueFind find(::FindFirstFileW(query.c_str(), &data));
+        if (!find) return false;
+        return IsPlaceholderEntry(data.dwFileAttributes, data.dwReserved0);
+    } catch (...) {
+        return false;
+    }
+}
+
+bool PathExists(const std::wstring& path) {
+    return !path.empty() && ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+std::wstring HostExecutablePath() {
+    std::wstring buffer(MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD length = ::GetModuleFileNameW(nullptr, &buffer[0], static_cast<DWORD>(buffer.size()));
+        if (length == 0) return std::wstring();
+        if (length < buffer.size()) {
+            buffer.resize(length);
+            return buffer;
+        }
+        if (buffer.size() >= 32768) return std::wstring();
+        buffer.resize(buffer.size() * 2);
+    }
+}
+
+}  // namespace grs

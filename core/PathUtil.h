@@ -1,0 +1,47 @@
+#pragma once
+
+// Path helpers. The pure ones take text and attribute values; the thin ones
+// ask the file system once.
+
+#include <cstdint>
+#include <string>
+
+namespace grs {
+
+constexpr unsigned long kAttributeRecallOnDataAccess = 0x00400000;
+constexpr unsigned long kAttributeReparsePoint = 0x400;
+constexpr unsigned long kAttributeOffline = 0x1000;
+constexpr unsigned long kReparseTagCloud4 = 0x9000401A;
+
+// Joins a folder and a name with one backslash; a folder that already ends in
+// "\" or "/" gets none. An empty folder gives the name alone.
+std::wstring PathJoin(const std::wstring& folder, const std::wstring& name);
+
+// True when the text ends in "\" or "/".
+bool EndsWithSeparator(const std::wstring& path);
+
+// The directory part of `path` up to and including its last backslash; the
+// whole text when there is no backslash or nothing follows it.
+std::wstring DirectoryWithSeparator(const std::wstring& path);
+
+// Whether a directory entry with these attributes and reparse tag is a cloud
+// placeholder whose content is not on the disk.
+bool IsPlaceholderEntry(unsigned long attributes, unsigned long reparseTag);
+
+// The extended-length form ("\\?\" prefix) for paths of 260 characters or more
+// that do not carry the prefix yet; other paths unchanged.
+std::wstring WithExtendedPrefix(const std::wstring& path);
+
+// GetLongPathNameW into 260 characters; the input unchanged when that fails.
+std::wstring ToLongPath(std::wstring path);
+
+// Queries the entry once (FindFirstFileW); false when it cannot be found.
+bool IsCloudPlaceholder(const std::wstring& path);
+
+// Any file-system entry (a file or a directory) exists at the path.
+bool PathExists(const std::wstring& path);
+
+// The full path of the host executable (the process's main module).
+std::wstring HostExecutablePath();
+
+}  // namespace grs

@@ -1,0 +1,34 @@
+#pragma once
+
+// Text conversions and number parsing shared by every subsystem. Pure: no
+// state, safe from any thread. An empty input is a failure, not an empty
+// success, and a failed conversion leaves the out-parameter untouched.
+
+#include <string>
+
+namespace grs {
+
+constexpr unsigned kCodePageAnsi = 0;
+constexpr unsigned kCodePageUtf8 = 65001;
+
+bool Utf8ToWide(const std::string& in, std::wstring& out);
+bool WideToMultiByte(const std::wstring& in, std::string& out, unsigned codePage);
+// By-value forms: the converted text, or empty when the conversion failed.
+std::string WideToMultiByte(const std::wstring& in, unsigned codePage);
+std::string WideToUtf8(const std::wstring& in);
+std::wstring Utf8ToWide(const std::string& in);
+
+// Strict decimal parser over [begin, end): optional leading white space (makes
+// the result false but the value is still read), one sign, digits only; an
+// overflow saturates and returns false.
+bool ParseDecimalInt64(const char* begin, const char* end, long long& value);
+
+// Bounded copy into a fixed, zero-terminated field of `capacity` characters.
+// Fails (and leaves the field empty) when the text does not fit.
+bool CopyToField(wchar_t* field, size_t capacity, const std::wstring& text);
+template <size_t N>
+bool CopyToField(wchar_t (&field)[N], const std::wstring& text) {
+    return CopyToField(field, N, text);
+}
+
+}  // namespace grs

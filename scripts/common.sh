@@ -1,0 +1,9 @@
+# Shared by the README's two commands: dependencies, configure, build.
+set -euo pipefail
+ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$ROOT"
+GRS_DEPS_PREFIX=$("$ROOT/scripts/bootstrap.sh" | tail -n 1)
+export GRS_DEPS_PREFIX
+PRESET=${GRS_PRESET:-mingw}
+cmake --preset "$PRESET" >/dev/null
+cmake --build --preset "$PRESET" -j "$(nproc 2>/dev/null || echo 2)"

@@ -1,0 +1,213 @@
+// Property database: one SQLite table of key/value rows per user.
+#include <sqlite3.h>
+
+#include <memory>
+#include <mutex>
+
+#include "core/collaborators/AccountSession.h"
+#include "core/collaborators/MainDatabaseProvider.h"
+#include "standin/StandInState.h"
+
+using namespace ClientStandIn;
+using namespace ClientStandIn::detail;
+
+namespace {
+
+struct Database {
+    std::mutex mutex;
+    sqlite3* connection = nullptr;
+    std::wstring path;  // empty: "<app-data>\ClientStandIn\properties.db"
+};
+
+Database& Db() {
+    static Database* db = new Database();  // outlives detached threads at exit
+    return *db;
+}
+
+struct StatementDeleter {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using Statement = std::unique_ptr<sqlite3_stmt, StatementDeleter>;
+
+// Opens the file on first use; callers hold the mutex.
+sqlite3* Connection(Database& db) {
+    if (db.connection != nullptr) return db.connection;
+    std::wstring path = db.path;
+    if (path.empty()) {
+        const std::wstring folder = DataFolder();
+        if (folder.empty()) return nullptr;
+        path = folder + L"\\properties.db";
+    }
+    sqlite3* connection = nullptr;
+    if (sqlite3_open16(path.c_str(), &connection) != SQLITE_OK) {
+        sqlite3_close(connection);
+        return nullptr;
+    }
+    sqlite3_busy_timeout(connection, 2000);
+    const char* schema =
+        "CREATE TABLE IF NOT EXISTS user_properties ("
+        " seq INTEGER PRIMARY KEY AUTOINCREMENT,"
+        " user_id TEXT NOT NULL, key TEXT NOT NULL, value TEXT NOT NULL,"
+        " UNIQUE(user_id, key))";
+    if (sqlite3_exec(connection, schema, nullptr, nullptr, nullptr) != SQLITE_OK) {
+        sqlite3_close(connection);
+        return nullptr;
+    }
+    db.connection = connection;
+    return connection;
+}
+
+Statement Prepare(sqlite3* connection, const char* sql) {
+    sqlite3_stmt* statement = nullptr;
+    if (connection == nullptr || sqlite3_prepare_v2(connection, sql, -1, &statement, nullptr) != SQLITE_OK) {
+        sqlite3_finalize(statement);
+        return nullptr;
+    }
+    return Statement(statement);
+}
+
+void Bind(sqlite3_stmt* statement, int index, const std::wstring& text) {
+    sqlite3_bind_text16(statement, index, text.c_str(), static_cast<int>(text.size() * sizeof(wchar_t)),
+                        SQLITE_TRANSIENT);
+}
+
+std::wstring Column(sqlite3_stmt* statement, int index) {
+    const void* text = sqlite3_column_text16(statement, index);
+    const int bytes = sqlite3_column_bytes16(statement, index);
+    return text ? std::wstring(static_cast<const wchar_t*>(text), static_cast<size_t>(bytes) / sizeof(wchar_t))
+                : std::wstring();
+}
+
+std::wstring CurrentUser() { return AccountSession::GetInstance()->GetCurrentUserID(); }
+
+// Inserts or replaces one row; the row keeps its place when it existed.
+bool Upsert(sqlite3* connection, const std::wstring& user, const std::wstring& key, const std::wstring& value) {
+    Statement statement = Prepare(connection,
+                                  "INSERT INTO user_properties(user_id, key, value) VALUES(?1, ?2, ?3) "
+                                  "ON CONFLICT(user_id, key) DO UPDATE SET value = excluded.value");
+    if (!statement) return false;
+    Bind(statement.get(), 1, user);
+    Bind(statement.get(), 2, key);
+    Bind(statement.get(), 3, value);
+    return sqlite3_step(statement.get()) == SQLITE_DONE;
+}
+
+}  // namespace
+
+namespace PropertyDb::MainDatabaseProvider {
+
+std::vector<UserProperties> GetAllUserProperties() {
+    std::vector<UserProperties> rows;
+    try {
+        const std::wstring user = CurrentUser();
+        Database& db = Db();
+        std::lock_guard<std::mutex> lock(db.mutex);
+        Statement statement =
+            Prepare(Connection(db), "SELECT key, value FROM user_properties WHERE user_id = ?1 ORDER BY seq");
+        if (!statement) return rows;
+        Bind(statement.get(), 1, user);
+        while (sqlite3_step(statement.get()) == SQLITE_ROW) {
+            rows.push_back({Column(statement.get(), 0), Column(statement.get(), 1)});
+        }
+    } catch (...) {
+    }
+    return rows;
+}
+
+std::wstring GetUserPropertieByKey(const std::wstring& key) {
+    try {
+        const std::wstring user = CurrentUser();
+        Database& db = Db();
+        std::lock_guard<std::mutex> lock(db.mutex);
+        Statement statement =
+            Prepare(Connection(db), "SELECT value FROM user_properties WHERE user_id = ?1 AND key = ?2");
+        if (!statement) return std::wstring();
+        Bind(statement.get(), 1, user);
+        Bind(statement.get(), 2, key);
+        if (sqlite3_step(statement.get()) == SQLITE_ROW) return Column(statement.get(), 0);
+    } catch (...) {
+    }
+    return std::wstring();
+}
+
+void UpdateUserProperties(const std::wstring& key, const std::wstring& value) {
+    try {
+        const std::wstring user = CurrentUser();
+        Database& db = Db();
+        std::lock_guard<std::mutex> lock(db.mutex);
+        Statement statement =
+            Prepare(Connection(db), "UPDATE user_properties SET value = ?3 WHERE user_id = ?1 AND key = ?2");
+        if (!statement) return;
+        Bind(statement.get(), 1, user);
+        Bind(statement.get(), 2, key);
+        Bind(statement.get(), 3, value);
+        sqlite3_step(statement.get());
+    } catch (...) {
+    }
+}
+
+void InsertUserProperties(const std::wstring& key, const std::wstring& value) {
+    try {
+        const std::wstring user = CurrentUser();
+        Database& db = Db();
+        std::lock_guard<std::mutex> lock(db.mutex);
+        Upsert(Connection(db), user, key, value);
+    } catch (...) {
+    }
+}
+
+void InsertUserProperties(std::vector<UserProperties>& properties) {
+    try {
+        const std::wstring user = CurrentUser();
+        Database& db = Db();
+        std::lock_guard<std::mutex> lock(db.mutex);
+        sqlite3* connection = Connection(db);
+        if (connection == nullptr || sqlite3_exec(connection, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK)
+            return;
+        bool ok = true;
+        for (const UserProperties& row : properties) ok = ok && Upsert(connection, user, row.key, row.value);
+        sqlite3_exec(connection, ok ? "COMMIT" : "ROLLBACK", nullptr, nullptr, nullptr);
+    } catch (...) {
+    }
+}
+
+void DeleteAllUserProperties() {
+    try {
+        const std::wstring user = CurrentUser();
+        Database& db = Db();
+        std::lock_guard<std::mutex> lock(db.mutex);
+        sqlite3* connection = Connection(db);
+        if (connection == nullptr || sqlite3_exec(connection, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK)
+            return;
+        Statement statement = Prepare(connection, "DELETE FROM user_properties WHERE user_id = ?1");
+        bool ok = statement != nullptr;
+        if (ok) {
+            Bind(statement.get(), 1, user);
+            ok = sqlite3_step(statement.get()) == SQLITE_DONE;
+        }
+        statement.reset();
+        sqlite3_exec(connection, ok ? "COMMIT" : "ROLLBACK", nullptr, nullptr, nullptr);
+    } catch (...) {
+    }
+}
+
+}  // namespace PropertyDb::MainDatabaseProvider
+
+namespace ClientStandIn {
+
+void SetDatabasePath(const std::wstring& path) {
+    Database& db = Db();
+    std::lock_guard<std::mutex> lock(db.mutex);
+    if (db.connection) sqlite3_close(db.connection);
+    db.connection = nullptr;
+    db.path = path;
+}
+
+void CloseDatabase() {
+    Database& db = Db();
+    std::lock_guard<std::mutex> lock(db.mutex);
+    if (db.connection) sqlite3_close(db.connection);
+    db.connection = nullptr;
+}
+
+}  // namespace ClientStandIn

@@ -1,0 +1,292 @@
+#include "standin/StandInState.h"
+
+#include <cstring>
+
+#include "core/UniqueResource.h"
+
+namespace ClientStandIn::detail {
+
+namespace {
+std::wstring EnvironmentText(const wchar_t* name) {
+    wchar_t buffer[MAX_PATH] = {};
+    const DWORD length = ::GetEnvironmentVariableW(name, buffer, MAX_PATH);
+    return (length > 0 && length < MAX_PATH) ? std::wstring(buffer, length) : std::wstring();
+}
+}  // namespace
+
+State& GetState() {
+    static State* state = [] {
+        auto* s = new State();  // never destroyed: detached threads may still call in at exit
+        ResetLocked(*s);
+        return s;
+    }();
+    return *state;
+}
+
+void ResetLocked(State& s) {
+    const std::wstring localAppData = EnvironmentText(L"LOCALAPPDATA");
+    const std::wstring profile = EnvironmentText(L"USERPROFILE");
+    s.texts = {
+        {Text::AppDataLocalPath, localAppData.empty() ? std::wstring() : localAppData + L"\\QirentCloud"},
+        {Text::UserProfilePath, profile},
+        {Text::UserDownloadsPath, profile.empty() ? std::wstring() : profile + L"\\Downloads"},
+        {Text::CountryCode, L"CN"},
+        {Text::PackageName, L"com.qirent.cloud.pc"},
+        {Text::LocalLanguage, L"en-US"},
+        {Text::PCModel, L"Stand-in PC"},
+        {Text::SystemUUid, L"00000000-0000-4000-8000-000000000001"},
+        {Text::CurrentUserID, L""},
+        {Text::CurrentCountryCode, L""},
+        {Text::UiLanguage, L"en"},
+    };
+    s.userGradeCode.clear();
+    s.asia = {L"SG", L"MY", L"TH", L"ID", L"PH", L"VN", L"JP", L"KR", L"IN", L"HK"};
+    s.europe = {L"DE", L"FR", L"GB", L"IT", L"ES", L"NL", L"PL", L"SE", L"AT", L"CH"};
+    s.openFunctions.clear();
+    s.addresses.clear();
+    s.setterCalls.clear();
+    s.configCountryCode.clear();
+    s.errorLimitingTime = 0;
+    s.cacheCopyRes.clear();
+    s.modPathRes.clear();
+    s.savedCacheDirs.clear();
+    s.routeRequests.clear();
+    s.resourceTexts = {
+        {{L"en", L"IDS_MAIN_PAGE_Qirent_Drive"}, L"Qirent Drive"},
+        {{L"zh-CN", L"IDS_MAIN_PAGE_Qirent_Drive"}, L"\x5947\x6DA6\x4E91\x76D8"},
+    };
+    s.resolveTimeoutMs = 5000;
+    s.connectTimeoutMs = 5000;
+    s.sendTimeoutMs = 5000;
+    s.receiveTimeoutMs = 10000;
+    s.maxBodyBytes = 16u << 20;
+    std::memset(&s.userInfo, 0, sizeof s.userInfo);
+    std::memset(static_cast<void*>(&s.userPropertiesShow), 0, sizeof s.userPropertiesShow);
+    std::memset(&s.otherUserProperties, 0, sizeof s.otherUserProperties);
+}
+
+std::wstring TextOf(Text which) {
+    State& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    auto it = s.texts.find(which);
+    return it == s.texts.end() ? std::wstring() : it->second;
+}
+
+void RecordSetter(const wchar_t* name, const std::wstring& value) {
+    State& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.addresses[name] = value;
+    s.setterCalls.push_back({name, value});
+}
+
+std::wstring AddressOf(const wchar_t* name) {
+    State& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    auto it = s.addresses.find(name);
+    return it == s.addresses.end() ? std::wstring() : it->second;
+}
+
+bool EnsureFolder(const std::wstring& folder) {
+    if (folder.empty()) return false;
+    if (::CreateDirectoryW(folder.c_str(), nullptr) || ::GetLastError() == ERROR_ALREADY_EXISTS) return true;
+    const size_t slash = folder.find_last_of(L"\\/");
+    if (slash == std::wstring::npos || slash == 0) return false;
+    if (!EnsureFolder(folder.substr(0, slash))) return false;
+    return ::CreateDirectoryW(folder.c_str(), nullptr) || ::GetLastError() == ERROR_ALREADY_EXISTS;
+}
+
+std::wstring DataFolder() {
+    const std::wstring appData = TextOf(Text::AppDataLocalPath);
+    if (appData.empty()) return std::wstring();
+    const std::wstring folder = appData + L"\\ClientStandIn";
+    EnsureFolder(folder);
+    return folder;
+}
+
+std::string ToUtf8(const std::wstring& text) {
+    if (text.empty()) return std::string();
+    const int n = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+    std::string out(n > 0 ? static_cast<size_t>(n) : 0, '\0');
+    if (n > 0) ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
+    return out;
+}
+
+std::wstring FromUtf8(const std::string& text) {
+    if (text.empty()) return std::wstring();
+    const int n = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
+    std::wstring out(n > 0 ? static_cast<size_t>(n) : 0, L'\0');
+    if (n > 0) ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &out[0], n);
+    return out;
+}
+
+bool WriteFileReplacing(const std::wstring& path, const std::string& bytes) {
+    const std::wstring temporary = path + L".tmp";
+    {
+        grs::UniqueFile file(::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                           FILE_ATTRIBUTE_NORMAL, nullptr));
+        if (!file) return false;
+        DWORD written = 0;
+        if (!bytes.empty() &&
+            (!::WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) ||
+             written != bytes.size())) {
+            file.reset();
+            ::DeleteFileW(temporary.c_str());
+            return false;
+        }
+        ::FlushFileBuffers(file.get());
+    }
+    if (!::MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+        ::DeleteFileW(temporary.c_str());
+        return false;
+    }
+    return true;
+}
+
+bool ReadWholeFile(const std::wstring& path, std::string& bytes) {
+    grs::UniqueFile file(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                       nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) return false;
+    LARGE_INTEGER size = {};
+    if (!::GetFileSizeEx(file.get(), &size) || size.QuadPart > (256LL << 20)) return false;
+    std::string content(static_cast<size_t>(size.QuadPart), '\0');
+    DWORD read = 0;
+    if (!content.empty() && (!::ReadFile(file.get(), &content[0], static_cast<DWORD>(content.size()), &read, nullptr) ||
+                             read != content.size())) {
+        return false;
+    }
+    bytes.swap(content);
+    return true;
+}
+
+}  // namespace ClientStandIn::detail
+
+namespace ClientStandIn {
+
+using detail::GetState;
+
+void Reset() {
+    {
+        auto& s = GetState();
+        std::lock_guard<std::mutex> lock(s.mutex);
+        detail::ResetLocked(s);
+    }
+    SetDatabasePath(std::wstring());  // the default file follows the app-data folder
+}
+
+void SetText(Text which, const std::wstring& value) {
+    {
+        auto& s = GetState();
+        std::lock_guard<std::mutex> lock(s.mutex);
+        s.texts[which] = value;
+    }
+    if (which == Text::AppDataLocalPath) CloseDatabase();
+}
+
+std::wstring GetText(Text which) { return detail::TextOf(which); }
+
+void SetUserGradeCode(const std::string& code) {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.userGradeCode = code;
+}
+
+void SetCountrySets(const std::unordered_set<std::wstring>& asia, const std::unordered_set<std::wstring>& europe) {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.asia = asia;
+    s.europe = europe;
+}
+
+void SetFunctionOpen(int function, bool open) {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    if (open) {
+        s.openFunctions.insert(function);
+    } else {
+        s.openFunctions.erase(function);
+    }
+}
+
+std::wstring GetAddress(const std::wstring& name) { return detail::AddressOf(name.c_str()); }
+
+std::vector<SetterCall> SetterCalls() {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    return s.setterCalls;
+}
+
+void ClearSetterCalls() {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.setterCalls.clear();
+}
+
+std::wstring GetConfigCountryCode() {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    return s.configCountryCode;
+}
+
+unsigned long long GetErrorLimitingTime() {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    return s.errorLimitingTime;
+}
+
+std::vector<bool> CacheCopyResCalls() {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    return s.cacheCopyRes;
+}
+
+std::vector<bool> ModPathResCalls() {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    return s.modPathRes;
+}
+
+std::vector<std::wstring> SavedCacheDirs() {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    return s.savedCacheDirs;
+}
+
+std::wstring ContentFilePath(int kind) {
+    const std::wstring folder = detail::DataFolder();
+    return folder.empty() ? std::wstring() : folder + L"\\content-" + std::to_wstring(kind) + L".txt";
+}
+
+void SetHttpTimeouts(int resolveMs, int connectMs, int sendMs, int receiveMs) {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.resolveTimeoutMs = resolveMs;
+    s.connectTimeoutMs = connectMs;
+    s.sendTimeoutMs = sendMs;
+    s.receiveTimeoutMs = receiveMs;
+}
+
+void SetHttpMaxBodyBytes(size_t bytes) {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.maxBodyBytes = bytes;
+}
+
+std::vector<std::wstring> RouteRequests() {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    return s.routeRequests;
+}
+
+void ClearRouteRequests() {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.routeRequests.clear();
+}
+
+void SetResourceText(const std::wstring& language, const std::wstring& id, const std::wstring& text) {
+    auto& s = GetState();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.resourceTexts[{language, id}] = text;
+}
+
+}  // namespace ClientStandIn

@@ -1,0 +1,66 @@
+#pragma once
+
+// Shared state of the stand-in libraries, guarded by one mutex.
+
+#include <windows.h>
+
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "core/collaborators/UserRecords.h"
+#include "standin/StandInControl.h"
+
+namespace ClientStandIn::detail {
+
+struct State {
+    std::mutex mutex;
+    std::map<Text, std::wstring> texts;
+    std::string userGradeCode;
+    std::unordered_set<std::wstring> asia;
+    std::unordered_set<std::wstring> europe;
+    std::set<int> openFunctions;
+    std::map<std::wstring, std::wstring> addresses;
+    std::vector<SetterCall> setterCalls;
+    std::wstring configCountryCode;
+    unsigned long long errorLimitingTime = 0;
+    std::vector<bool> cacheCopyRes;
+    std::vector<bool> modPathRes;
+    std::vector<std::wstring> savedCacheDirs;
+    std::vector<std::wstring> routeRequests;
+    std::map<std::pair<std::wstring, std::wstring>, std::wstring> resourceTexts;
+    int resolveTimeoutMs = 5000;
+    int connectTimeoutMs = 5000;
+    int sendTimeoutMs = 5000;
+    int receiveTimeoutMs = 10000;
+    size_t maxBodyBytes = 16u << 20;
+
+    st_UserInfo userInfo{};
+    st_UserPropertiesShow userPropertiesShow{};
+    st_OtherUserProperties otherUserProperties{};
+};
+
+State& GetState();
+
+// Resets everything but the records' storage addresses, which stay stable.
+void ResetLocked(State& state);
+
+std::wstring TextOf(Text which);
+void RecordSetter(const wchar_t* name, const std::wstring& value);
+std::wstring AddressOf(const wchar_t* name);
+
+// "<app-data>\ClientStandIn", created on demand.
+std::wstring DataFolder();
+bool EnsureFolder(const std::wstring& folder);
+
+std::string ToUtf8(const std::wstring& text);
+std::wstring FromUtf8(const std::string& text);
+
+// Writes `bytes` to a temporary file beside `path` and moves it over `path`.
+bool WriteFileReplacing(const std::wstring& path, const std::string& bytes);
+bool ReadWholeFile(const std::wstring& path, std::string& bytes);
+
+}  // namespace ClientStandIn::detail

@@ -1,0 +1,70 @@
+#pragma once
+
+// Seams shared by the tests: scratch folders, a redirected HKEY_CURRENT_USER,
+// a configured stand-in, and small file and log helpers.
+
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "standin/StandInControl.h"
+
+namespace grs::test {
+
+// A fresh folder under %TEMP%, removed with everything in it at the end.
+class TempFolder {
+public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+    const std::wstring& Path() const { return m_path; }
+    std::wstring operator/(const std::wstring& name) const { return m_path + L"\\" + name; }
+
+private:
+    std::wstring m_path;
+};
+
+// Redirects HKEY_CURRENT_USER of this process to a scratch key for the
+// object's lifetime, so that tests never touch the user's own settings.
+class HkcuOverride {
+public:
+    HkcuOverride();
+    ~HkcuOverride();
+    HkcuOverride(const HkcuOverride&) = delete;
+    HkcuOverride& operator=(const HkcuOverride&) = delete;
+
+private:
+    HKEY m_scratch = nullptr;
+    std::wstring m_scratchName;
+};
+
+// Resets the stand-in and points app-data, profile, downloads, the log file
+// and the property database into a fresh temporary folder.
+class StandInSandbox {
+public:
+    StandInSandbox();
+    ~StandInSandbox();
+    const TempFolder& Root() const { return m_root; }
+    std::wstring AppData() const { return m_root / L"AppData"; }
+    std::wstring Profile() const { return m_root / L"Profile"; }
+    std::wstring Downloads() const { return m_root / L"Profile\\Downloads"; }
+
+private:
+    TempFolder m_root;
+};
+
+bool CreateFolderTree(const std::wstring& folder);
+void RemoveTree(const std::wstring& path);
+bool WriteFileBytes(const std::wstring& path, const std::string& bytes);
+std::string ReadFileBytes(const std::wstring& path);
+bool FileExists(const std::wstring& path);
+
+// Log lines of the stand-in logger, optionally only of one function.
+std::vector<ClientStandIn::LogLine> LogLinesOf(const std::string& function = std::string());
+bool HasLogLine(const std::string& function, int severity, const std::wstring& message);
+
+std::string Narrow(const std::wstring& text);  // UTF-8, for failure messages
+
+}  // namespace grs::test

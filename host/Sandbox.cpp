@@ -1,0 +1,232 @@
+#include "host/Sandbox.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cctype>
+
+namespace host {
+
+namespace {
+
+// The services of the server address file, as the client names them.
+const char* const kServiceKeys[] = {
+    "zrv",  "zrvbak",  "zrvbak1",  "zrvbakru",  "zrvbakeu",  "cas",  "upas",  "portal",  "basic",  "vfs",  "cloudphoto",
+    "business",  "feedbackannex",  "feedbackwithannex",  "feedbacklog",  "terms",  "gw",  "user",  "club",  "consumer",
+    "cbs",  "pimds",  "configbasic",  "operqrtserverid",  "trs",  "push",  "testzavkooperqrturl",  "netping",
+    "familyshare",  "consumerbusiness",  "syncserverurl",  "cloudphotov2",  "userInformationservice",  "help",
+    "ubaurl",  "opensource",  "content",  "cbsv3",  "extension",  "cloudsyncdrive",  "qirentccpcurl",  "scopeurl",
+    "dataExtract",  "cloudServiceAgreement",  "dmpUpload",  "logPingUrl"};
+
+// What routing servers answer: the package's own group and a default group.
+const char* const kRoutedKeys[] = {"cas", "upas", "portal", "basic", "vfs", "cloudphoto", "business", "terms", "gw",
+                                   "user", "club", "consumer", "cbs", "cbsv3", "pim", "familyshare", "feedbackannex",
+                                   "feedbackwithannex", "feedbacklog", "operqrtserverid", "testzavkooperqrturl",
+                                   "configbasic", "consumerbusiness", "syncserverurl", "userInformationservice",
+                                   "help", "cloudphotov2", "ubaurl", "opensource", "content", "extensions", "trs",
+                                   "push", "pushToken", "cloudsyncdrive", "dataExtract", "cloudServiceAgreement",
+                                   "omcdn", "omcdnBypass"};
+
+const char* const kRegions[] = {"cn", "dr2", "dr3", "dr4"};
+const wchar_t* const kRegionFiles[] = {L"ServerConfig", L"ServerConfigDR2", L"ServerConfigDR3", L"ServerConfigDR4"};
+
+void RemoveTree(const std::wstring& path) {
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) return;
+    ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    if (!(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+        ::DeleteFileW(path.c_str());
+        return;
+    }
+    WIN32_FIND_DATAW data;
+    HANDLE find = ::FindFirstFileW((path + L"\\*").c_str(), &data);
+    if (find != INVALID_HANDLE_VALUE) {
+        do {
+            const std::wstring name = data.cFileName;
+            if (name != L"." && name != L"..") RemoveTree(path + L"\\" + name);
+        } while (::FindNextFileW(find, &data));
+        ::FindClose(find);
+    }
+    ::RemoveDirectoryW(path.c_str());
+}
+
+bool CreateTree(const std::wstring& folder) {
+    if (::CreateDirectoryW(folder.c_str(), nullptr) || ::GetLastError() == ERROR_ALREADY_EXISTS) return true;
+    const size_t slash = folder.find_last_of(L"\\/");
+    return slash != std::wstring::npos && slash > 2 && CreateTree(folder.substr(0, slash)) &&
+           (::CreateDirectoryW(folder.c_str(), nullptr) || ::GetLastError() == ERROR_ALREADY_EXISTS);
+}
+
+std::string Lower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+}  // namespace
+
+std::string ToUtf8(const std::wstring& text) {
+    if (text.empty()) return std::string();
+    const int n = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+    std::string out(static_cast<size_t>(n > 0 ? n : 0), '\0');
+    if (n > 0) ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
+    return out;
+}
+
+std::wstring FromUtf8(const std::string& text) {
+    if (text.empty()) return std::wstring();
+    const int n = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
+    std::wstring out(static_cast<size_t>(n > 0 ? n : 0), L'\0');
+    if (n > 0) ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &out[0], n);
+    return out;
+}
+
+bool WriteTextFile(const std::wstring& path, const std::string& text) {
+    HANDLE file = ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return false;
+    DWORD written = 0;
+    const BOOL ok = ::WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+    ::CloseHandle(file);
+    return ok && written == text.size();
+}
+
+std::string ReadTextFile(const std::wstring& path) {
+    HANDLE file = ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return std::string();
+    std::string text;
+    char buffer[65536];
+    DWORD read = 0;
+    while (::ReadFile(file, buffer, sizeof buffer, &read, nullptr) && read > 0) text.append(buffer, read);
+    ::CloseHandle(file);
+    return text;
+}
+
+Sandbox::Sandbox(std::wstring root, std::wstring hostFolder) : m_root(std::move(root)), m_hostFolder(std::move(hostFolder)) {}
+
+Sandbox::~Sandbox() { StopRoutingServers(); }
+
+bool Sandbox::Prepare(bool keep, std::string& error) {
+    if (!keep) RemoveTree(m_root);
+    for (const std::wstring& folder : {m_root, AppData(), Profile(), Downloads()}) {
+        if (!CreateTree(folder)) {
+            error = "cannot create " + ToUtf8(folder);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Sandbox::WriteServerAddressFiles(std::string& error) {
+    for (size_t region = 0; region < 4; ++region) {
+        std::string json = "{\n";
+        for (size_t r = 0; r < 4; ++r) {
+            json += "  \"" + std::string(kRegions[r]) + "\": {";
+            for (size_t k = 0; k < sizeof kServiceKeys / sizeof kServiceKeys[0]; ++k) {
+                std::string address;
+                if (k < 5) {  // the routing servers: primary, then the four standbys
+                    address = k < m_servers.size() ? ToUtf8(m_servers[k].url) : std::string("http://127.0.0.1:9");
+                } else {
+                    address = "https://" + Lower(kServiceKeys[k]) + "." + kRegions[r] + ".serverconfig.example";
+                }
+                json += std::string(k ? ", " : "") + "\"" + kServiceKeys[k] + "\": \"" + address + "\"";
+            }
+            json += r < 3 ? "},\n" : "}\n";
+        }
+        json += "}\n";
+        const std::wstring path = m_hostFolder + kRegionFiles[region];
+        if (!WriteTextFile(path, json)) {
+            error = "cannot write " + ToUtf8(path);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Sandbox::StartRoutingServers(const std::vector<std::string>& modes, std::string& error) {
+    // The routes file: each country gets the package's group and a default group.
+    std::string routes = "{\"countries\": {";
+    const char* const countries[] = {"CN", "DE", "RU", "SG", "US"};
+    for (size_t c = 0; c < 5; ++c) {
+        const std::string country = Lower(countries[c]);
+        std::string groups = "{\"com.qirent.cloud.pc\": {\"portal\": \"https://portal." + country +
+                             ".pc-route.example\"}, \"default\": {";
+        for (size_t k = 0; k < sizeof kRoutedKeys / sizeof kRoutedKeys[0]; ++k) {
+            groups += std::string(k ? ", " : "") + "\"" + kRoutedKeys[k] + "\": \"https://" + Lower(kRoutedKeys[k]) +
+                      "." + country + ".route.example\"";
+        }
+        groups += "}}";
+        routes += std::string(c ? ", " : "") + "\"" + countries[c] + "\": " + groups;
+    }
+    routes += "}}\n";
+    const std::wstring routesFile = m_root + L"\\routes.json";
+    const std::wstring portFile = m_root + L"\\route-server.ports";
+    ::DeleteFileW(portFile.c_str());
+    if (!WriteTextFile(routesFile, routes)) {
+        error = "cannot write the routes file";
+        return false;
+    }
+
+    std::wstring command = L"\"" + m_hostFolder + L"route-server.exe\" --routes \"" + routesFile + L"\" --port-file \"" +
+                           portFile + L"\" --slow-ms 1500 --parent-pid " + std::to_wstring(::GetCurrentProcessId());
+    for (const std::string& mode : modes) command += L" --server " + FromUtf8(mode);
+
+    SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
+    HANDLE log = ::CreateFileW(RouteServerLog().c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
+                               OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = log;
+    startup.hStdError = log;
+    startup.hStdInput = ::GetStdHandle(STD_INPUT_HANDLE);
+    PROCESS_INFORMATION process = {};
+    const BOOL started = ::CreateProcessW(nullptr, &command[0], nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
+                                          nullptr, &startup, &process);
+    if (log != INVALID_HANDLE_VALUE) ::CloseHandle(log);
+    if (!started) {
+        error = "cannot start route-server.exe (error " + std::to_string(::GetLastError()) + ")";
+        return false;
+    }
+    ::CloseHandle(process.hThread);
+    m_routeServerProcess = process.hProcess;
+
+    // Wait (bounded) for the servers to report their ports.
+    for (int waited = 0; waited < 15000; waited += 50) {
+        const std::string ports = ReadTextFile(portFile);
+        size_t lines = static_cast<size_t>(std::count(ports.begin(), ports.end(), '\n'));
+        if (lines >= modes.size()) {
+            size_t start = 0;
+            for (size_t i = 0; i < modes.size(); ++i) {
+                const size_t end = ports.find('\n', start);
+                const std::string line = ports.substr(start, end - start);
+                const size_t space = line.find(' ');
+                m_servers.push_back({line.substr(0, space), L"http://127.0.0.1:" + FromUtf8(line.substr(space + 1))});
+                start = end + 1;
+            }
+            return true;
+        }
+        if (::WaitForSingleObject(m_routeServerProcess, 50) == WAIT_OBJECT_0) break;
+    }
+    error = "route-server did not start; see " + ToUtf8(RouteServerLog());
+    return false;
+}
+
+void Sandbox::StopRoutingServers() {
+    if (m_routeServerProcess) {
+        ::TerminateProcess(static_cast<HANDLE>(m_routeServerProcess), 0);
+        ::WaitForSingleObject(static_cast<HANDLE>(m_routeServerProcess), 5000);
+        ::CloseHandle(static_cast<HANDLE>(m_routeServerProcess));
+        m_routeServerProcess = nullptr;
+    }
+}
+
+std::string Sandbox::ServerRole(const std::wstring& url) const {
+    for (size_t i = 0; i < m_servers.size(); ++i) {
+        const std::wstring& base = m_servers[i].url;
+        if (url.compare(0, base.size(), base) == 0 && (url.size() == base.size() || url[base.size()] == L'/'))
+            return i == 0 ? "primary" : "standby " + std::to_string(i);
+    }
+    return std::string();
+}
+
+}  // namespace host

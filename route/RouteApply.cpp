@@ -1,0 +1,36 @@
+// Writing a route record's addresses into the client's parameter store.
+#include <memory>
+
+#include "core/Log.h"
+#include "core/collaborators/GlobalParamWrapper.h"
+#include "route/RouteDetail.h"
+#include "route/Zorvane.h"
+
+namespace {
+constexpr char kZRVInfoInitialise[] = "Zorvane::ZRVInfoInitialise";
+}  // namespace
+
+void Zorvane::ZRVInfoInitialise(bool fromCache, bool& succeeded) {
+    succeeded = false;
+    try {
+        const std::unique_ptr<st_ZRVInfo> record(GetZRVInfo(fromCache));
+        if (!record || record->isSuccess != 1 || record->services.empty()) return;
+        succeeded = true;
+
+        GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
+        const grs::route::RouteTable table = grs::route::FlattenRoutes(record->services, store->GetPackageName());
+        for (const auto& entry : table) {
+            // An empty address would wipe what the server address file gave.
+            if (entry.second.empty()) continue;
+            const grs::route::RouteSetter* setter = grs::route::FindRouteSetter(entry.first);
+            if (setter == nullptr) continue;
+            (store->*setter->set)(entry.second);
+            if (setter->logPrefix != nullptr) {
+                grs::log::Info(__LINE__, kZRVInfoInitialise, setter->logPrefix + entry.second);
+            }
+        }
+    } catch (...) {
+        grs::route::LogCaughtException(__LINE__, kZRVInfoInitialise);
+        succeeded = false;
+    }
+}

@@ -1,0 +1,171 @@
+#include "route/RouteDetail.h"
+
+#include <sys/timeb.h>
+
+#include <exception>
+#include <limits>
+
+#include "core/Log.h"
+#include "core/TextUtil.h"
+#include "core/collaborators/GlobalParamWrapper.h"
+
+namespace grs::route {
+
+namespace {
+
+constexpr long long kMaxMs = std::numeric_limits<long long>::max();
+constexpr long long kMinMs = std::numeric_limits<long long>::min();
+
+// A period read from a tampered cache can be any 64-bit number: saturate
+// instead of overflowing, so a huge period means "valid for ever".
+long long ExpiryOf(long long periodSeconds, long long obtainedMs) {
+    long long periodMs;
+    if (periodSeconds > kMaxMs / 1000) {
+        periodMs = kMaxMs;
+    } else if (periodSeconds < kMinMs / 1000) {
+        periodMs = kMinMs;
+    } else {
+        periodMs = periodSeconds * 1000;
+    }
+    if (obtainedMs > 0 && periodMs > kMaxMs - obtainedMs) return kMaxMs;
+    if (obtainedMs < 0 && periodMs < kMinMs - obtainedMs) return kMinMs;
+    return periodMs + obtainedMs;
+}
+
+long long ReadInt64(const std::string& text) {
+    long long value = 0;
+    // The digits up to the first other character count, even when the parser
+    // calls the whole text malformed.
+    grs::ParseDecimalInt64(text.data(), text.data() + text.size(), value);
+    return value;
+}
+
+}  // namespace
+
+bool JsonNestsDeeperThan(const std::string& text, size_t limit) {
+    size_t depth = 0;
+    const size_t size = text.size();
+    for (size_t i = 0; i < size; ++i) {
+        const char c = text[i];
+        if (c == '"') {
+            for (++i; i < size && text[i] != '"'; ++i) {
+                if (text[i] == '\\') ++i;
+            }
+        } else if (c == '/' && i + 1 < size && text[i + 1] == '/') {
+            i = text.find('\n', i);
+            if (i == std::string::npos) return false;
+        } else if (c == '/' && i + 1 < size && text[i + 1] == '*') {
+            i = text.find("*/", i + 2);
+            if (i == std::string::npos) return false;
+            ++i;
+        } else if (c == '[' || c == '{') {
+            if (++depth > limit) return true;
+        } else if ((c == ']' || c == '}') && depth > 0) {
+            --depth;
+        }
+    }
+    return false;
+}
+
+std::string CachePeriodText(const std::string& cacheControl) {
+    const size_t equals = cacheControl.rfind('=');
+    const size_t start = equals == std::string::npos ? 0 : equals + 1;
+    return cacheControl.substr(start, 5);
+}
+
+long long NowMilliseconds() {
+    __timeb64 now = {};
+#ifdef _MSC_VER
+    _ftime64_s(&now);
+#else
+    _ftime64(&now);
+#endif
+    return static_cast<long long>(now.time) * 1000 + now.millitm;
+}
+
+CacheFreshness JudgeRouteCache(const std::string& currentTime, const std::string& period,
+                               const std::wstring& cachedCountry, const std::wstring& userCountry, long long nowMs) {
+    if (currentTime.empty() || period.empty()) return CacheFreshness::MissingTime;
+    if (currentTime.size() > 15 || cachedCountry.empty()) return CacheFreshness::TimeTooLongOrNoCountry;
+    if (cachedCountry != userCountry) return CacheFreshness::OtherCountry;
+    const long long expiry = ExpiryOf(ReadInt64(period), ReadInt64(currentTime));
+    return expiry > nowMs ? CacheFreshness::Fresh : CacheFreshness::Expired;
+}
+
+RouteTable FlattenRoutes(const ServiceGroups& groups, const std::wstring& packageName) {
+    RouteTable flat;
+    const auto preferred = groups.find(packageName);
+    if (preferred != groups.end()) flat = preferred->second;
+    for (const auto& group : groups) {
+        if (group.first == packageName) continue;
+        // insert keeps the address already in the table
+        for (const auto& entry : group.second) flat.insert(entry);
+    }
+    return flat;
+}
+
+const RouteSetter* FindRouteSetter(const std::wstring& key) {
+    using P = GlobalParamWrapper;
+    // Built on first use: the setters live in another module, so their
+    // addresses are not constants.
+    static const RouteSetter kSetters[] = {
+        {L"cas", &P::SetCASBaseUrl, nullptr},
+        {L"upas", &P::SetASBaseUrl, nullptr},
+        {L"portal", &P::SetPortalUrl, nullptr},
+        {L"basic", &P::SetBasicUrl, nullptr},
+        {L"vfs", &P::SetNspUrl, nullptr},
+        {L"cloudphoto", &P::SetCloudPhotoUrl, nullptr},
+        {L"business", &P::SetBusinessUrl, nullptr},
+        {L"terms", &P::SetAgreementUrl, nullptr},
+        {L"gw", &P::SetGWUrl, nullptr},
+        {L"user", &P::SetGOpenUserUrl, nullptr},
+        {L"club", &P::SetQirentClubUrl, nullptr},
+        {L"consumer", &P::SetConsumerUrl, nullptr},
+        {L"cbs", &P::SetCBSUrl, nullptr},
+        {L"cbsv3", &P::SetCbsV3Url, nullptr},
+        {L"pim", &P::SetPIMDSUrl, nullptr},
+        // Two keys feed one setter; the table is walked in key order, so
+        // "operqrtserverid" wins over "dravenstats".
+        {L"dravenstats", &P::SetOperqrtServerIdUrl, L"dravenstats:"},
+        {L"familyshare", &P::SetFamilyShareUrl, nullptr},
+        {L"feedbackannex", &P::SetFeedBackAnnexUrl, nullptr},
+        {L"feedbackwithannex", &P::SetFeedBackWithAnnexUrl, nullptr},
+        {L"feedbacklog", &P::SetFeedBackLogUrl, nullptr},
+        {L"operqrtserverid", &P::SetOperqrtServerIdUrl, L"operqrtserverid:"},
+        {L"testzavkooperqrturl", &P::SetTestZavkooperqrtUrl, nullptr},
+        {L"configbasic", &P::SetConfigBasicUrl, nullptr},
+        {L"consumerbusiness", &P::SetConsumerBusinessUrl, nullptr},
+        {L"syncserverurl", &P::SetSyncServerUrl, nullptr},
+        {L"userInformationservice", &P::SetUserInformationserviceUrl, nullptr},
+        {L"help", &P::SetHelpAndServiceUrl, nullptr},
+        {L"cloudphotov2", &P::SetCloudPhotoV2Url, nullptr},
+        {L"ubaurl", &P::SetUBAUrl, nullptr},
+        {L"opensource", &P::SetOpenSource, nullptr},
+        {L"content", &P::SetContentUrl, nullptr},
+        {L"extensions", &P::SetExtensionUrl, nullptr},
+        {L"trs", &P::SetTrsUrl, nullptr},
+        {L"push", &P::SetPushUrl, nullptr},
+        {L"pushToken", &P::SetPushTokenUrl, nullptr},
+        {L"cloudsyncdrive", &P::SetCloudSyncDriveUrl, nullptr},
+        {L"dataExtract", &P::SetDataExtractUrl, nullptr},
+        {L"cloudServiceAgreement", &P::SetCloudServiceAgreementUrl, nullptr},
+        {L"omcdn", &P::SetOmCdnUrl, nullptr},
+        {L"omcdnBypass", &P::SetOmCdnByPassUrl, nullptr},
+    };
+    for (const RouteSetter& setter : kSetters) {
+        if (key == setter.key) return &setter;
+    }
+    return nullptr;
+}
+
+void LogCaughtException(int line, const char* function) noexcept {
+    try {
+        throw;
+    } catch (const std::exception& e) {
+        grs::log::Exception(line, function, e.what());
+    } catch (...) {
+        grs::log::Exception(line, function, nullptr);
+    }
+}
+
+}  // namespace grs::route

@@ -1,0 +1,76 @@
+#pragma once
+
+// The route service's decisions as plain functions over plain data, so that
+// they can be checked without servers, caches or a parameter store.
+
+#include <algorithm>
+#include <cstddef>
+#include <map>
+#include <string>
+
+class GlobalParamWrapper;
+
+namespace grs::route {
+
+// group name -> (service key -> address), as st_ZRVInfo keeps them
+using ServiceGroups = std::map<std::wstring, std::map<std::wstring, std::wstring>>;
+// service key -> address
+using RouteTable = std::map<std::wstring, std::wstring>;
+
+// The text of a fixed record field, up to its terminator or its end (a record
+// filled elsewhere may lack the terminator).
+template <size_t N>
+std::wstring FieldText(const wchar_t (&field)[N]) {
+    return std::wstring(field, std::find(field, field + N, L'\0'));
+}
+
+// A route answer is three levels deep. Anything much deeper is hostile, and the
+// JSON reader recurses once per level, so such text is refused before parsing.
+constexpr size_t kMaxJsonNesting = 64;
+
+// True when arrays and objects nest deeper than `limit` anywhere in `text`
+// (brackets inside strings and comments do not count).
+bool JsonNestsDeeperThan(const std::string& text, size_t limit);
+
+// The validity period carried by a "Cache-Control" value: at most five
+// characters after its last '=', or from its start when it has none.
+std::string CachePeriodText(const std::string& cacheControl);
+
+// The clock of the route cache: milliseconds since 1970-01-01 UTC.
+long long NowMilliseconds();
+
+enum class CacheFreshness {
+    MissingTime,             // no time or no period recorded
+    TimeTooLongOrNoCountry,  // unusable time text or no country recorded
+    OtherCountry,            // recorded for another country than the user's
+    Expired,
+    Fresh,
+};
+
+// Judges a cached record: obtained at `currentTime` (milliseconds, decimal),
+// valid for `period` seconds, recorded for `cachedCountry`; fresh only while
+// strictly before its expiry and for exactly the user's country.
+CacheFreshness JudgeRouteCache(const std::string& currentTime, const std::string& period,
+                               const std::wstring& cachedCountry, const std::wstring& userCountry, long long nowMs);
+
+// One table of key -> address: the preferred group (named like the package)
+// first, then the other groups in name order, an earlier address never
+// replaced by a later one.
+RouteTable FlattenRoutes(const ServiceGroups& groups, const std::wstring& packageName);
+
+// The parameter-store setter of one service key, and the prefix of the log
+// line it writes (null: none).
+struct RouteSetter {
+    const wchar_t* key;
+    void (GlobalParamWrapper::*set)(const std::wstring&);
+    const wchar_t* logPrefix;
+};
+
+// The setter for a key (exact, case-sensitive), null when the key is unknown.
+const RouteSetter* FindRouteSetter(const std::wstring& key);
+
+// Logs the exception being handled as "[function] text" at severity 5. Call
+// only from inside a catch block.
+void LogCaughtException(int line, const char* function) noexcept;
+
+}  // namespace grs::route

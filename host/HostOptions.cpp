@@ -18,6 +18,7 @@ const char* UsageText() {
            "  --from-cache      resolve routes from the route cache only\n"
            "  --offline         every routing server down: the passes, then the last-resort cache\n"
            "  --primary MODE    the primary routing server plays ok|dead|slow|fail|empty|garbage\n"
+           "  --max-age N       the routing servers' Cache-Control max-age in seconds (default 86400)\n"
            "  --json            a machine-readable report instead of the text one\n";
 }
 
@@ -34,6 +35,8 @@ bool ParseOptions(int argc, wchar_t** argv, Options& options, std::string& error
             options.keep = true;
         } else if (arg == L"--primary" && hasValue) {
             options.primaryMode = Narrow(argv[++i]);
+        } else if (arg == L"--max-age" && hasValue) {
+            options.maxAgeSeconds = _wtoi(argv[++i]);
         } else if (arg == L"--offline") {
             options.offline = true;
         } else if (arg == L"--from-cache") {

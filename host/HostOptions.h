@@ -9,6 +9,7 @@ struct Options {
     std::wstring user = L"demo-user";
     std::wstring profile;          // empty: "<host folder>\demo"
     std::string primaryMode = "ok";
+    int maxAgeSeconds = 86400;     // the routing servers' Cache-Control max-age
     bool offline = false;          // every routing server down
     bool fromCacheOnly = false;    // resolve from the route cache only
     bool json = false;

@@ -142,7 +142,7 @@ bool Sandbox::WriteServerAddressFiles(std::string& error) {
     return true;
 }
 
-bool Sandbox::StartRoutingServers(const std::vector<std::string>& modes, std::string& error) {
+bool Sandbox::StartRoutingServers(const std::vector<std::string>& modes, int maxAgeSeconds, std::string& error) {
     // The routes file: each country gets the package's group and a default group.
     std::string routes = "{\"countries\": {";
     const char* const countries[] = {"CN", "DE", "RU", "SG", "US"};
@@ -167,7 +167,7 @@ bool Sandbox::StartRoutingServers(const std::vector<std::string>& modes, std::st
     }
 
     std::wstring command = L"\"" + m_hostFolder + L"route-server.exe\" --routes \"" + routesFile + L"\" --port-file \"" +
-                           portFile + L"\" --slow-ms 1500 --parent-pid " + std::to_wstring(::GetCurrentProcessId());
+                           portFile + L"\" --slow-ms 1500 --max-age " + std::to_wstring(maxAgeSeconds) + L" --parent-pid " + std::to_wstring(::GetCurrentProcessId());
     for (const std::string& mode : modes) command += L" --server " + FromUtf8(mode);
 
     SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};

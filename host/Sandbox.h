@@ -27,7 +27,7 @@ public:
     // the routing servers for "zrv".."zrvbakeu" and sample service addresses.
     bool WriteServerAddressFiles(std::string& error);
     // Starts route-server with one server per mode: the primary, then standbys.
-    bool StartRoutingServers(const std::vector<std::string>& modes, std::string& error);
+    bool StartRoutingServers(const std::vector<std::string>& modes, int maxAgeSeconds, std::string& error);
     void StopRoutingServers();
 
     const std::wstring& Root() const { return m_root; }

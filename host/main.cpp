@@ -278,7 +278,7 @@ int main() {
     std::vector<std::string> modes(5, "ok");
     if (options.offline) modes.assign(5, "dead");
     else modes[0] = options.primaryMode;
-    if (!sandbox.Prepare(options.keep, error) || !sandbox.StartRoutingServers(modes, error) ||
+    if (!sandbox.Prepare(options.keep, error) || !sandbox.StartRoutingServers(modes, options.maxAgeSeconds, error) ||
         !sandbox.WriteServerAddressFiles(error)) {
         std::fprintf(stderr, "startup-host: %s\n", error.c_str());
         return 1;

@@ -1,0 +1,63 @@
+#pragma once
+
+// Internal helpers shared by the settings operations: where the two settings
+// files live, the two process-wide locks, the attribute dance around every
+// change, and small text helpers.
+
+#include <cwchar>
+#include <mutex>
+#include <string>
+
+class CIniFileW;
+class GlobalParamWrapper;
+
+namespace grs::settings {
+
+constexpr wchar_t kSettingSection[] = L"Setting";
+constexpr wchar_t kSyncSettingSection[] = L"SyncSetting";
+
+// Serialises every read-modify-write of "Setting.ini" / "SyncSetting.ini".
+// Never destroyed: a detached thread may still run at process exit.
+std::mutex& SettingsLock();
+std::mutex& SyncSettingsLock();
+
+// The parameter store; throws std::logic_error when the client offers none,
+// so that the operation's own catch turns it into a log line.
+GlobalParamWrapper& Store();
+
+// The app-data folder followed by "\Setting.ini" / "\SyncSetting.ini", composed
+// afresh on every call. Empty when the store knows no app-data folder: a bare
+// "\Setting.ini" would land in the root of the current drive.
+std::wstring SettingFilePath();
+std::wstring SyncSettingFilePath();
+
+// Normal attributes before a file is changed (a hidden or read-only file cannot
+// be replaced), hidden and system once it is saved. Results are ignored.
+void MarkChanging(const std::wstring& path) noexcept;
+void MarkAtRest(const std::wstring& path) noexcept;
+
+// Gets or adds the section and the key and assigns the value, overwriting.
+void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value);
+
+// The leading decimal number of `text` as the C library's atoll reads it:
+// leading white space, one sign, digits up to the first other character, 0
+// when there are none; saturates instead of overflowing.
+long long LeadingInteger(const std::string& text);
+
+// A fixed text field up to its terminator, never past its end.
+template <size_t N>
+std::wstring FieldText(const wchar_t (&field)[N]) {
+    return std::wstring(field, ::wcsnlen(field, N));
+}
+
+// "0" / "1".
+inline const wchar_t* FlagText(bool flag) {
+    return flag ? L"1" : L"0";
+}
+
+// The Run value's command: the quoted executable path followed by
+// " /background". False when it would not fit the 260-character buffer that
+// earlier versions used (259 characters and the terminator).
+bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command);
+
+}  // namespace grs::settings

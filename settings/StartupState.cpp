@@ -1,0 +1,167 @@
+// Start-up decisions: first start, the shortcut flag, start with Windows and
+// the install/upgrade marks.
+#include <windows.h>
+
+#include <exception>
+#include <string>
+
+#include "core/IniFile.h"
+#include "core/Log.h"
+#include "core/PathUtil.h"
+#include "core/UniqueResource.h"
+#include "settings/ClientInitialize.h"
+#include "settings/SettingsFiles.h"
+
+using grs::settings::kSettingSection;
+
+namespace {
+
+constexpr wchar_t kRunKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run";
+constexpr wchar_t kRunValue[] = L"QIRENT Cloud";
+constexpr REGSAM kRunKeyWriteAccess = 0x2001F;  // read, set value, create subkey
+constexpr REGSAM kRunKeyFullAccess = 0xF003F;
+// Earlier versions read the value with a byte count of 260 (not 520);
+// commands that fit that are the ones they would recognise.
+constexpr DWORD kRunValueReadBytes = 260;
+constexpr size_t kCommandBufferChars = 260;
+constexpr char kRegisterTag[] = "ClientInitialize::RegisterStartingIsOpen";
+constexpr char kGetRegisterTag[] = "ClientInitialize::GetRegisterStartingIsOpen";
+
+template <typename Result, typename Body>
+Result Guarded(const char* tag, Result failed, Body body) {
+    try {
+        return body();
+    } catch (const std::exception& e) {
+        grs::log::Exception(__LINE__, tag, e.what());
+    } catch (...) {
+        grs::log::Exception(__LINE__, tag, nullptr);
+    }
+    return failed;
+}
+
+// Loads "Setting.ini" for a change, lets `change` work on it and saves it.
+// False when there is no file.
+template <typename Change>
+bool ChangeSettingFile(Change change) {
+    const std::wstring path = grs::settings::SettingFilePath();
+    if (!grs::PathExists(path)) return false;
+    grs::settings::MarkChanging(path);
+    CIniFileW ini;
+    ini.Load(path);
+    change(ini);
+    ini.Save(path);
+    grs::settings::MarkAtRest(path);
+    return true;
+}
+
+}  // namespace
+
+namespace grs::settings {
+
+bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command) {
+    const std::wstring built = L"\"" + executablePath + L"\" /background";
+    if (built.size() > kCommandBufferChars - 1) return false;
+    command = built;
+    return true;
+}
+
+}  // namespace grs::settings
+
+bool ClientInitialize::IsFirstStartUp() {
+    return Guarded("ClientInitialize::IsFirstStartUp", false, [] {
+        std::wstring before;
+        const bool found = ChangeSettingFile([&](CIniFileW& ini) {
+            before = ini.GetValue(kSettingSection, L"IsFirstStartUp", std::wstring());
+            grs::settings::SetValue(ini, kSettingSection, L"IsFirstStartUp", L"false");
+        });
+        return found && before == L"true";
+    });
+}
+
+bool ClientInitialize::IsNeedCreateShortcut() {
+    return Guarded("ClientInitialize::IsNeedCreateShortcut", false, [] {
+        std::wstring flag;
+        // Saved unchanged: the file is rewritten whether or not anything moved.
+        const bool found = ChangeSettingFile(
+            [&](CIniFileW& ini) { flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring()); });
+        return found && (flag.empty() || flag == L"0");
+    });
+}
+
+void ClientInitialize::SetCreateShortcutFlag() {
+    Guarded("ClientInitialize::SetCreateShortcutFlag", false, [] {
+        return ChangeSettingFile(
+            [](CIniFileW& ini) { grs::settings::SetValue(ini, kSettingSection, L"NoticeCreateLink", L"1"); });
+    });
+}
+
+void ClientInitialize::RegisterStartingIsOpen(bool open) {
+    Guarded(kRegisterTag, false, [open] {
+        constexpr const char* kTag = kRegisterTag;
+        grs::UniqueKey key;
+        const LSTATUS opened = ::RegOpenKeyExW(HKEY_CURRENT_USER, kRunKey, 0, kRunKeyWriteAccess, key.put());
+        if (opened != ERROR_SUCCESS) {
+            grs::log::Info(__LINE__, kTag,
+                           L"Open Reg Failed When Setting isAutoStartUp, code:" + std::to_wstring(opened));
+            return false;
+        }
+        // A command that would not fit is not written, and not reported.
+        std::wstring command;
+        if (!grs::settings::BuildRunCommand(grs::HostExecutablePath(), command)) return false;
+
+        // The size leaves out the terminator, as earlier versions wrote it, so
+        // that their values compare equal.
+        const LSTATUS result =
+            open ? ::RegSetValueExW(key.get(), kRunValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(command.c_str()),
+                                    static_cast<DWORD>(command.size() * sizeof(wchar_t)))
+                 : ::RegDeleteValueW(key.get(), kRunValue);
+        // The command holds the user's path: handed to the logger with its
+        // flag cleared.
+        grs::log::Write(grs::log::kInfo, __LINE__, kTag, command, false);
+        if (result != ERROR_SUCCESS)
+            grs::log::Info(__LINE__, kTag, L"set auto start up error, code:" + std::to_wstring(result));
+        else
+            grs::log::Info(__LINE__, kTag, L"set auto start up success");
+        return result == ERROR_SUCCESS;
+    });
+}
+
+bool ClientInitialize::GetRegisterStartingIsOpen() {
+    return Guarded(kGetRegisterTag, false, [] {
+        constexpr const char* kTag = kGetRegisterTag;
+        // An open that fails leaves no key, and the read below then fails.
+        grs::UniqueKey key;
+        ::RegOpenKeyExW(HKEY_CURRENT_USER, kRunKey, 0, kRunKeyFullAccess, key.put());
+        wchar_t buffer[kCommandBufferChars] = {};
+        DWORD size = kRunValueReadBytes;
+        const LSTATUS read = key ? ::RegGetValueW(key.get(), nullptr, kRunValue, RRF_RT_REG_SZ, nullptr, buffer, &size)
+                                 : ERROR_INVALID_HANDLE;
+        key.reset();
+        const bool registered = read == ERROR_SUCCESS;
+        grs::log::Info(__LINE__, kTag,
+                       registered ? L"GetRegisterStartingIsOpen == 0" : L"GetRegisterStartingIsOpen != 0");
+        return registered;
+    });
+}
+
+void ClientInitialize::InstallUpgradeLog() {
+    try {
+        std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
+        const std::wstring path = grs::settings::SettingFilePath();
+        if (!grs::PathExists(path)) return;
+        // Attributes stay as they are: nothing is written back.
+        CIniFileW ini;
+        ini.Load(path);
+        for (const wchar_t* key : {L"InstallTime", L"UpgradeTime"}) {
+            if (!ini.GetValue(kSettingSection, key, std::wstring()).empty())
+                grs::settings::SetValue(ini, kSettingSection, key, std::wstring());
+        }
+        // Deliberately not saved: the file on disk stays byte for byte as it was.
+    } catch (const std::exception& e) {
+        grs::log::Error(__LINE__, "ClientInitialize::InstallUpgradeLog",
+                        std::string("[ClientInitialize::UpdateSettings] ") + e.what());
+    } catch (...) {
+        grs::log::Error(__LINE__, "ClientInitialize::InstallUpgradeLog",
+                        std::string("[ClientInitialize::UpdateSettings] Unknown exception"));
+    }
+}

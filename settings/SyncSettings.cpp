@@ -1,0 +1,262 @@
+// "SyncSetting.ini": the sync component's copy of the service addresses, the
+// device identity and the thumbnail cache folders. The parameter store is the
+// source of truth; the file is rewritten from it at every start.
+#include <windows.h>
+
+#include <json/json.h>
+
+#include <exception>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "core/IniFile.h"
+#include "core/IniFileHelper.h"
+#include "core/HashUtil.h"
+#include "core/Log.h"
+#include "core/PathUtil.h"
+#include "core/TextUtil.h"
+#include "core/UniqueResource.h"
+#include "core/collaborators/AccountSession.h"
+#include "core/collaborators/AnyHttpLib.h"
+#include "core/collaborators/GlobalParamWrapper.h"
+#include "route/Zorvane.h"
+#include "settings/ClientInitialize.h"
+#include "settings/SettingsFiles.h"
+
+using grs::settings::kSyncSettingSection;
+
+namespace {
+
+constexpr DWORD kBaseUriPollMs = 5000;
+constexpr char kSyncSettingSectionA[] = "SyncSetting";
+
+// What the detached "BaseUri" thread owns: its own copy of the path and a
+// reference on this module, so that the code it runs stays mapped even if the
+// client unloads the library while the thread still waits.
+struct BaseUriJob {
+    std::wstring path;
+    HMODULE module = nullptr;
+};
+
+HMODULE ReferenceThisModule() {
+    HMODULE module = nullptr;
+    if (!::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&kBaseUriPollMs),
+                              &module))
+        return nullptr;
+    return module;
+}
+
+// The cache folder, one backslash unless it already ends in one, and the
+// SHA-256 of the user's id: accounts never share a thumbnail folder.
+std::wstring UserCacheRoot(const std::wstring& cacheFolder, const std::wstring& userId) {
+    const std::wstring digest = grs::Utf8ToWide(grs::Sha256Hex(grs::WideToUtf8(userId)));
+    const bool separated = !cacheFolder.empty() && cacheFolder.back() == L'\\';
+    return cacheFolder + (separated ? L"" : L"\\") + digest;
+}
+
+std::wstring CurrentUserId() {
+    const AccountSession* session = AccountSession::GetInstance();
+    return session ? session->GetCurrentUserID() : std::wstring();
+}
+
+void PrintHttpLog(const std::string& message) {
+    std::cout << message << std::endl;
+}
+
+// Loads the file, lets `change` set values in memory and, like the client
+// always did, leaves the file's content alone: only its attributes change.
+// The values reach the file with the next CreateSyncSettingFile.
+template <typename Change>
+void ChangeSyncCopy(const char* tag, Change change) {
+    try {
+        std::lock_guard<std::mutex> lock(grs::settings::SyncSettingsLock());
+        const std::wstring path = grs::settings::SyncSettingFilePath();
+        if (!grs::PathExists(path)) return;
+        grs::settings::MarkChanging(path);
+        CIniFileW ini;
+        ini.Load(path);
+        change(ini);
+        grs::settings::MarkAtRest(path);
+    } catch (const std::exception& e) {
+        grs::log::Exception(__LINE__, tag, e.what());
+    } catch (...) {
+        grs::log::Exception(__LINE__, tag, nullptr);
+    }
+}
+
+}  // namespace
+
+void ClientInitialize::CreateSyncSettingFile() {
+    constexpr char kTag[] = "ClientInitialize::CreateSyncSettingFile";
+    try {
+        std::lock_guard<std::mutex> lock(grs::settings::SyncSettingsLock());
+        const std::wstring path = grs::settings::SyncSettingFilePath();
+        if (path.empty()) return;
+        if (!grs::PathExists(path)) {
+            grs::UniqueFile created(::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                                                  nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+        }
+
+        GlobalParamWrapper& store = grs::settings::Store();
+        const st_UserPropertiesShow* show = store.GetUserPropertiesShow();
+        const std::wstring root =
+            UserCacheRoot(show ? grs::settings::FieldText(show->CacheFolder) : std::wstring(), CurrentUserId());
+        const std::wstring macAddress = L"SYNC" + store.GetSystemUUid();
+        const std::wstring deviceId = store.GetSystemUUid();
+
+        grs::settings::MarkChanging(path);
+        IniFileHelper wide(path.c_str(), kSyncSettingSection);
+        wide.WriteIniKeyValue(L"ServerUrl", store.GetSyncServerUrl());
+        wide.WriteIniKeyValue(L"FamilyShareUrl", store.GetFamilyShareUrl());
+        wide.WriteIniKeyValue(L"NspUrl", store.GetNspUrl());
+        wide.WriteIniKeyValue(L"HelpAndServiceUrl", store.GetHelpAndServiceUrl());
+        wide.WriteIniKeyValue(L"UserinformationUrl", store.GetUserInformationserviceUrl());
+        wide.WriteIniKeyValue(L"MacAddressEncrypt", macAddress);
+        wide.WriteIniKeyValue(L"deviceUUid", deviceId);
+        wide.WriteIniKeyValue(L"PcVersion", show ? grs::settings::FieldText(show->Version) : std::wstring());
+        wide.WriteIniKeyValue(L"ConfigBasic", store.GetConfigBasicUrl());
+        wide.WriteIniKeyValue(L"BusinessUrl", store.GetBusinessUrl());
+        // Replaced by the server-id address once that is known (SyncBaseUri).
+        wide.WriteIniKeyValue(L"BaseUri", store.GetTestZavkooperqrtUrl());
+        wide.WriteIniKeyValue(L"UBAUri", store.GetUBAUrl());
+        wide.WriteIniKeyValue(L"PCModel", store.GetPCModel());
+        wide.WriteIniKeyValue(L"BasicUrl", store.GetBasicUrl());
+        wide.WriteIniKeyValue(L"OpenSource", store.GetOpenSource());
+        wide.WriteIniKeyValue(L"Portal", store.GetPortalUrl());
+        wide.WriteIniKeyValue(L"OmCdnUrl", store.GetOmCdnUrl());
+        wide.WriteIniKeyValue(L"OmCdnByPassUrl", store.GetOmCdnByPassUrl());
+
+        // The sync component reads the folders as UTF-8 bytes; the narrow
+        // profile functions want the path in the ANSI code page.
+        const std::string narrowPath = grs::WideToMultiByte(path, grs::kCodePageAnsi);
+        if (!narrowPath.empty()) {
+            IniFileHelperA narrow(narrowPath.c_str(), kSyncSettingSectionA);
+            narrow.WriteIniKeyValueA("ThumbnailRootFolder", grs::WideToUtf8(root + L"\\SyncThumbnailFile\\"));
+            narrow.WriteIniKeyValueA("LcdThumbnailRootFolder", grs::WideToUtf8(root + L"\\LcdSyncThumbnailFile\\"));
+            narrow.WriteIniKeyValueA("CatchFolder", grs::WideToUtf8(root));
+        }
+        grs::settings::MarkAtRest(path);
+
+        // A lambda without captures: a plain thread entry with access to the
+        // private SyncBaseUri.
+        LPTHREAD_START_ROUTINE entry = [](LPVOID parameter) -> DWORD {
+            HMODULE module = nullptr;
+            {
+                std::unique_ptr<BaseUriJob> job(static_cast<BaseUriJob*>(parameter));
+                module = job->module;
+                SyncBaseUri(std::move(job->path));
+            }
+            if (module) ::FreeLibraryAndExitThread(module, 0);
+            return 0;
+        };
+        auto job = std::make_unique<BaseUriJob>();
+        job->path = path;
+        job->module = ReferenceThisModule();
+        grs::UniqueHandle thread(::CreateThread(nullptr, 0, entry, job.get(), 0, nullptr));
+        if (thread) {
+            job.release();  // the thread owns it now; the handle closes: detached
+        } else {
+            const DWORD error = ::GetLastError();
+            if (job->module) ::FreeLibrary(job->module);
+            grs::log::Error(__LINE__, kTag, L"start SyncBaseUri thread failed, code:" + std::to_wstring(error));
+        }
+    } catch (const std::exception& e) {
+        grs::log::Exception(__LINE__, kTag, e.what());
+    } catch (...) {
+        grs::log::Exception(__LINE__, kTag, nullptr);
+    }
+}
+
+void ClientInitialize::SyncBaseUri(std::wstring path) {
+    constexpr char kTag[] = "ClientInitialize::SyncBaseUri";
+    try {
+        // No limit on the attempts: the address arrives whenever the client's
+        // route resolution gets to it.
+        std::string address;
+        for (;;) {
+            address = grs::WideToUtf8(grs::settings::Store().GetOperqrtServerIdUrl());
+            if (grs::PathExists(path) && !address.empty()) break;
+            grs::log::Error(__LINE__, kTag, "SyncSetting.ini not exist, or reqUri is empty!" + address);
+            ::Sleep(kBaseUriPollMs);
+        }
+
+        grs::settings::MarkChanging(path);
+        CIniFileW ini;
+        ini.Load(path);
+        grs::settings::SetValue(ini, kSyncSettingSection, L"BaseUri", grs::Utf8ToWide(address));
+        if (!ini.Save(path)) grs::log::Error(__LINE__, kTag, "SyncBaseUri syncSetting file update error!");
+        grs::settings::MarkAtRest(path);
+    } catch (const std::exception& e) {
+        grs::log::Exception(__LINE__, kTag, e.what());
+    } catch (...) {
+        grs::log::Exception(__LINE__, kTag, nullptr);
+    }
+}
+
+void ClientInitialize::SavePCModel(const std::wstring& /*model*/) {
+    // The store's model wins over the argument.
+    ChangeSyncCopy("ClientInitialize::SavePCModel", [](CIniFileW& ini) {
+        grs::settings::SetValue(ini, kSyncSettingSection, L"PCModel", grs::settings::Store().GetPCModel());
+    });
+}
+
+void ClientInitialize::SaveSyncThumbnailRootFolder(const std::wstring& folder) {
+    ChangeSyncCopy("ClientInitialize::SaveSyncThumbnailRootFolder", [&folder](CIniFileW& ini) {
+        grs::settings::SetValue(ini, kSyncSettingSection, L"ThumbnailRootFolder",
+                                grs::PathJoin(folder, L"SyncThumbnailFile"));
+    });
+}
+
+void ClientInitialize::SaveSyncLcdThumbnailRootFolder(const std::wstring& folder) {
+    ChangeSyncCopy("ClientInitialize::SaveSyncLcdThumbnailRootFolder", [&folder](CIniFileW& ini) {
+        grs::settings::SetValue(ini, kSyncSettingSection, L"LcdThumbnailRootFolder",
+                                grs::PathJoin(folder, L"LcdSyncThumbnailFile"));
+        grs::settings::SetValue(ini, kSyncSettingSection, L"CatchFolder", folder);
+    });
+}
+
+void ClientInitialize::InitSyncFileTransPort() {}
+
+std::string ClientInitialize::GetBaseUri() {
+    constexpr char kTag[] = "ClientInitialize::GetBaseUri";
+    try {
+        const std::wstring url =
+            grs::settings::Store().GetOperqrtServerIdUrl() + Zorvane::GetInstance()->m_strGetServerInfo;
+        grs::log::Info(__LINE__, kTag, url);
+
+        AnyBasicHttpLibStrategy strategy;
+        strategy.SetUrl(grs::WideToMultiByte(url, grs::kCodePageAnsi));
+        strategy.SetLogFunction(&PrintHttpLog);
+        strategy.SetHttpRequestMethod(AnyHttpRequestPost);
+        strategy.SetPostData("{\"isoCode\":\"CN\"}");
+        strategy.SetHeaders(std::map<std::string, std::string>{{"Content-Type", "application/json"}});
+        std::string response;
+        int code = 0;
+        {
+            AnyCurlHttpLibContext context(&strategy);
+            code = context.Request(response);
+        }
+        if (response.empty()) {
+            grs::log::Error(__LINE__, kTag, std::to_string(code));
+            return std::string();
+        }
+
+        Json::CharReaderBuilder builder;
+        const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+        Json::Value root;
+        std::string errors;
+        reader->parse(response.data(), response.data() + response.size(), &root, &errors);
+        if (!root.isObject() || !root.isMember("serverUrl")) return std::string();
+        // asString refuses arrays and objects by throwing: caught below.
+        std::string serverUrl = root["serverUrl"].asString();
+        grs::log::Error(__LINE__, kTag, serverUrl);
+        return serverUrl;
+    } catch (const std::exception& e) {
+        grs::log::Exception(__LINE__, kTag, e.what());
+    } catch (...) {
+        grs::log::Exception(__LINE__, kTag, nullptr);
+    }
+    return std::string();
+}

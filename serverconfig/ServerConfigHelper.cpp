@@ -1,6 +1,18 @@
 #include "serverconfig/ServerConfigHelper.h"
 
+#include <windows.h>
+
+#include <exception>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include "core/Log.h"
 #include "core/PathUtil.h"
+#include "core/UniqueResource.h"
+#include "core/collaborators/GlobalParamWrapper.h"
+#include "serverconfig/RegionJson.h"
 #include "serverconfig/ServerConfigPaths.h"
 
 namespace grs {
@@ -17,6 +29,205 @@ std::wstring& ServerAddressPath() {
 
 }  // namespace grs
 
+namespace {
+
+constexpr const char* kIsFileExist = "ServerConfigHelper::isFileExist";
+constexpr const char* kLoad = "ServerConfigHelper::Load";
+constexpr const char* kLoadServersMap = "ServerConfigHelper::loadServersMap";
+constexpr const char* kGetServerAddress = "ServerConfigHelper::GetServerAddress";
+constexpr const char* kInitLocalServiceUrl = "ServerConfigHelper::InitLocalServiceUrl";
+
+// The file is read whole into a buffer of this size; a larger one is refused.
+constexpr unsigned long long kReadBufferSize = 1048576;
+
+// Logs the exception being handled; call only from inside a catch block.
+void LogCurrentException(int line, const char* function) noexcept {
+    try {
+        throw;
+    } catch (const std::exception& e) {
+        grs::log::Exception(line, function, e.what());
+    } catch (...) {
+        grs::log::Exception(line, function, nullptr);
+    }
+}
+
+enum class Region { Asia, Europe, Russia, Default };
+
+// First match wins: a country in both sets counts as Asian.
+Region ChooseRegion(const std::wstring& countryCode, const std::unordered_set<std::wstring>& asia,
+                    const std::unordered_set<std::wstring>& europe) {
+    if (asia.count(countryCode) != 0) return Region::Asia;
+    if (europe.count(countryCode) != 0) return Region::Europe;
+    if (countryCode == L"RU") return Region::Russia;
+    return Region::Default;
+}
+
+template <typename T>
+const T& ByRegion(Region region, const T& asia, const T& europe, const T& russia, const T& other) {
+    switch (region) {
+        case Region::Asia:
+            return asia;
+        case Region::Europe:
+            return europe;
+        case Region::Russia:
+            return russia;
+        case Region::Default:
+            break;
+    }
+    return other;
+}
+
+std::string RegionMember(Region region) {
+    static const std::string dr2 = "dr2", dr3 = "dr3", dr4 = "dr4", cn = "cn";
+    return ByRegion(region, dr2, dr3, dr4, cn);
+}
+
+// The main module's path as a buffer of MAX_PATH characters holds it: a
+// longer path comes back cut at the buffer's end.
+std::wstring MainModulePath() {
+    wchar_t buffer[MAX_PATH] = {};
+    if (::GetModuleFileNameW(nullptr, buffer, MAX_PATH) == 0) return std::wstring();
+    buffer[MAX_PATH - 1] = L'\0';
+    return std::wstring(buffer);
+}
+
+// The whole file in one read of exactly the size its directory entry lists.
+// False when it is missing, unopenable, empty, larger than the buffer, or
+// does not give that many bytes.
+bool ReadServerAddressFile(const std::wstring& path, std::string& text) {
+    std::unique_ptr<char[]> buffer(new (std::nothrow) char[kReadBufferSize]);
+    if (!buffer) return false;
+    const std::wstring target = grs::WithExtendedPrefix(path);
+    WIN32_FIND_DATAW entry = {};
+    if (!grs::UniqueFind(::FindFirstFileW(target.c_str(), &entry))) return false;
+    const unsigned long long size = (static_cast<unsigned long long>(entry.nFileSizeHigh) << 32) |
+                                    static_cast<unsigned long long>(entry.nFileSizeLow);
+    if (size > kReadBufferSize) return false;
+    grs::UniqueFile file(::CreateFileW(target.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                       OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    if (!file) return false;
+    DWORD read = 0;
+    if (!::ReadFile(file.get(), buffer.get(), static_cast<DWORD>(size), &read, nullptr) || read != size) return false;
+    if (read == 0) return false;
+    text.assign(buffer.get(), read);
+    return true;
+}
+
+// The member of the region object that names each service.
+const std::map<ServiceAddressEnum, std::wstring>& ServiceKeys() {
+    static const std::map<ServiceAddressEnum, std::wstring> keys = {
+        {SERVICE_ZRV, L"zrv"},
+        {SERVICE_ZRVBAK, L"zrvbak"},
+        {SERVICE_ZRVBAK1, L"zrvbak1"},
+        {SERVICE_ZRVBAKRU, L"zrvbakru"},
+        {SERVICE_ZRVBAKEU, L"zrvbakeu"},
+        {SERVICE_CAS, L"cas"},
+        {SERVICE_UPAS, L"upas"},
+        {SERVICE_PORTAL, L"portal"},
+        {SERVICE_BASIC, L"basic"},
+        {SERVICE_VFS, L"vfs"},
+        {SERVICE_CLOUDPHOTO, L"cloudphoto"},
+        {SERVICE_BUSINESS, L"business"},
+        {SERVICE_FEEDBACKANNEX, L"feedbackannex"},
+        {SERVICE_FEEDBACKWITHANNEX, L"feedbackwithannex"},
+        {SERVICE_FEEDBACKLOG, L"feedbacklog"},
+        {SERVICE_TERMS, L"terms"},
+        {SERVICE_GW, L"gw"},
+        {SERVICE_USER, L"user"},
+        {SERVICE_CLUB, L"club"},
+        {SERVICE_CONSUMER, L"consumer"},
+        {SERVICE_CBS, L"cbs"},
+        {SERVICE_PIMDS, L"pimds"},
+        {SERVICE_CONFIGBASIC, L"configbasic"},
+        {SERVICE_OPERQRTSERVERID, L"operqrtserverid"},
+        {SERVICE_TRS, L"trs"},
+        {SERVICE_PUSH, L"push"},
+        {SERVICE_TESTZAVKOOPERQRTURL, L"testzavkooperqrturl"},
+        {SERVICE_NETPING, L"netping"},
+        {SERVICE_FAMILYSHARE, L"familyshare"},
+        {SERVICE_CONSUMERBUSINESS, L"consumerbusiness"},
+        {SERVICE_SYNCSERVERURL, L"syncserverurl"},
+        {SERVICE_CLOUDPHOTOV2, L"cloudphotov2"},
+        {SERVICE_USERINFORMATIONSERVICE, L"userInformationservice"},
+        {SERVICE_HELP, L"help"},
+        {SERVICE_UBAURL, L"ubaurl"},
+        {SERVICE_OPENSOURCE, L"opensource"},
+        {SERVICE_CONTENT, L"content"},
+        {SERVICE_CBSV3, L"cbsv3"},
+        {SERVICE_EXTENSION, L"extension"},
+        {SERVICE_CLOUDSYNCDRIVE, L"cloudsyncdrive"},
+        {SERVICE_QIRENTCCPCURL, L"qirentccpcurl"},
+        {SERVICE_SCOPEURL, L"scopeurl"},
+        {SERVICE_DATAEXTRACT, L"dataExtract"},
+        {SERVICE_CLOUDSERVICEAGREEMENT, L"cloudServiceAgreement"},
+        {SERVICE_DMPUPLOAD, L"dmpUpload"},
+        {SERVICE_LOGPINGURL, L"logPingUrl"},
+    };
+    return keys;
+}
+
+using AddressSetter = void (GlobalParamWrapper::*)(const std::wstring&);
+
+struct ServiceStep {
+    ServiceAddressEnum service;
+    AddressSetter setter;
+};
+
+// The order the store receives the addresses in. "portal" feeds two setters
+// and "ubaurl" is applied twice; both are deliberate.
+const ServiceStep kServiceSteps[] = {
+    {SERVICE_TERMS, &GlobalParamWrapper::SetAgreementUrl},
+    {SERVICE_UPAS, &GlobalParamWrapper::SetASBaseUrl},
+    {SERVICE_BASIC, &GlobalParamWrapper::SetBasicUrl},
+    {SERVICE_BUSINESS, &GlobalParamWrapper::SetBusinessUrl},
+    {SERVICE_CAS, &GlobalParamWrapper::SetCASBaseUrl},
+    {SERVICE_CBS, &GlobalParamWrapper::SetCBSUrl},
+    {SERVICE_CLOUDPHOTO, &GlobalParamWrapper::SetCloudPhotoUrl},
+    {SERVICE_CLOUDPHOTOV2, &GlobalParamWrapper::SetCloudPhotoV2Url},
+    {SERVICE_CONFIGBASIC, &GlobalParamWrapper::SetConfigBasicUrl},
+    {SERVICE_CONSUMERBUSINESS, &GlobalParamWrapper::SetConsumerBusinessUrl},
+    {SERVICE_CONSUMER, &GlobalParamWrapper::SetConsumerUrl},
+    {SERVICE_FEEDBACKANNEX, &GlobalParamWrapper::SetFeedBackAnnexUrl},
+    {SERVICE_FEEDBACKLOG, &GlobalParamWrapper::SetFeedBackLogUrl},
+    {SERVICE_FEEDBACKWITHANNEX, &GlobalParamWrapper::SetFeedBackWithAnnexUrl},
+    {SERVICE_FAMILYSHARE, &GlobalParamWrapper::SetFamilyShareUrl},
+    {SERVICE_USER, &GlobalParamWrapper::SetGOpenUserUrl},
+    {SERVICE_ZRVBAK, &GlobalParamWrapper::SetZRVBakUrl},
+    {SERVICE_ZRV, &GlobalParamWrapper::SetZRVUrl},
+    {SERVICE_ZRVBAK1, &GlobalParamWrapper::SetZRVBakUrl1},
+    {SERVICE_ZRVBAKRU, &GlobalParamWrapper::SetZRVBakRuUrl},
+    {SERVICE_ZRVBAKEU, &GlobalParamWrapper::SetZRVBakEuUrl},
+    {SERVICE_GW, &GlobalParamWrapper::SetGWUrl},
+    {SERVICE_HELP, &GlobalParamWrapper::SetHelpAndServiceUrl},
+    {SERVICE_UBAURL, &GlobalParamWrapper::SetUBAUrl},
+    {SERVICE_OPENSOURCE, &GlobalParamWrapper::SetOpenSource},
+    {SERVICE_CLUB, &GlobalParamWrapper::SetQirentClubUrl},
+    {SERVICE_VFS, &GlobalParamWrapper::SetNspUrl},
+    {SERVICE_OPERQRTSERVERID, &GlobalParamWrapper::SetOperqrtServerIdUrl},
+    {SERVICE_PIMDS, &GlobalParamWrapper::SetPIMDSUrl},
+    {SERVICE_PORTAL, &GlobalParamWrapper::SetPortalServerUrl},
+    {SERVICE_PORTAL, &GlobalParamWrapper::SetPortalUrl},
+    {SERVICE_SYNCSERVERURL, &GlobalParamWrapper::SetSyncServerUrl},
+    {SERVICE_TESTZAVKOOPERQRTURL, &GlobalParamWrapper::SetTestZavkooperqrtUrl},
+    {SERVICE_USERINFORMATIONSERVICE, &GlobalParamWrapper::SetUserInformationserviceUrl},
+    {SERVICE_TRS, &GlobalParamWrapper::SetTrsUrl},
+    {SERVICE_PUSH, &GlobalParamWrapper::SetPushUrl},
+    {SERVICE_UBAURL, &GlobalParamWrapper::SetUBAUrl},
+    {SERVICE_CONTENT, &GlobalParamWrapper::SetContentUrl},
+    {SERVICE_CBSV3, &GlobalParamWrapper::SetCbsV3Url},
+    {SERVICE_EXTENSION, &GlobalParamWrapper::SetExtensionUrl},
+    {SERVICE_CLOUDSYNCDRIVE, &GlobalParamWrapper::SetCloudSyncDriveUrl},
+    {SERVICE_QIRENTCCPCURL, &GlobalParamWrapper::SetQirentCcpcUrl},
+    {SERVICE_SCOPEURL, &GlobalParamWrapper::SetScopeUrl},
+    {SERVICE_NETPING, &GlobalParamWrapper::SetNetPing},
+    {SERVICE_DATAEXTRACT, &GlobalParamWrapper::SetDataExtractUrl},
+    {SERVICE_CLOUDSERVICEAGREEMENT, &GlobalParamWrapper::SetCloudServiceAgreementUrl},
+    {SERVICE_DMPUPLOAD, &GlobalParamWrapper::SetDmpUploadUrl},
+    {SERVICE_LOGPINGURL, &GlobalParamWrapper::SetLogPingUrl},
+};
+
+}  // namespace
+
 ServerConfigHelper::ServerConfigHelper()
     : m_testFileName(L"ServerConfigTest"),
       m_testFileNameDR2(L"ServerConfigTestDR2"),
@@ -26,10 +237,101 @@ ServerConfigHelper::ServerConfigHelper()
       m_fileNameDR2(L"ServerConfigDR2"),
       m_fileNameDR3(L"ServerConfigDR3"),
       m_fileNameDR4(L"ServerConfigDR4") {
-    std::wstring& moduleDirectory = grs::ModuleDirectory();
-    if (moduleDirectory.empty()) moduleDirectory = grs::DirectoryWithSeparator(grs::HostExecutablePath());
+    try {
+        std::wstring& moduleDirectory = grs::ModuleDirectory();
+        if (moduleDirectory.empty()) moduleDirectory = grs::DirectoryWithSeparator(MainModulePath());
+    } catch (...) {
+        LogCurrentException(__LINE__, "ServerConfigHelper::ServerConfigHelper");
+    }
 }
 
 ServerConfigHelper::ServerConfigHelper(const ServerConfigHelper& other) = default;
 
 ServerConfigHelper::~ServerConfigHelper() = default;
+
+bool ServerConfigHelper::isFileExist(bool isTest) {
+    try {
+        GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
+        m_countryCode = store->GetCountryCode();
+        m_asiaCountrySet = store->GetAsiaCountrySet();
+        m_europeCountrySet = store->GetEuropeCountrySet();
+
+        const Region region = ChooseRegion(m_countryCode, m_asiaCountrySet, m_europeCountrySet);
+        const std::wstring& name =
+            isTest ? ByRegion(region, m_testFileNameDR2, m_testFileNameDR3, m_testFileNameDR4, m_testFileName)
+                   : ByRegion(region, m_fileNameDR2, m_fileNameDR3, m_fileNameDR4, m_fileName);
+        std::wstring& path = grs::ServerAddressPath();
+        path = grs::ModuleDirectory() + name;
+
+        if (!grs::PathExists(grs::WithExtendedPrefix(path))) {
+            grs::log::Error(122, kIsFileExist, L"Load serverconfig to init url fail, serverAddresPath: " + path);
+            return false;
+        }
+        Load(m_countryCode, isTest);
+        if (m_servers.empty()) return false;
+        InitLocalServiceUrl();
+        grs::log::Info(119, kIsFileExist, "Load serverconfig to init url");
+        return true;
+    } catch (...) {
+        LogCurrentException(__LINE__, kIsFileExist);
+    }
+    return false;
+}
+
+void ServerConfigHelper::Load(std::wstring countryCode, bool /*isTest*/) {
+    try {
+        std::string text;
+        if (!ReadServerAddressFile(grs::ServerAddressPath(), text)) return;
+        ServersByCountry serversByCountry;
+        loadServersMap(text, serversByCountry);
+        const auto entry = serversByCountry.find(countryCode);
+        // A move leaves the map either as it was or wholly replaced.
+        if (entry != serversByCountry.end()) m_servers = std::move(entry->second);
+    } catch (...) {
+        LogCurrentException(156, kLoad);
+    }
+}
+
+void ServerConfigHelper::loadServersMap(
+    const std::string& jsonText, std::map<std::wstring, std::map<std::wstring, std::wstring>>& serversByCountry) {
+    const Region region = ChooseRegion(m_countryCode, m_asiaCountrySet, m_europeCountrySet);
+    grs::RegionScan scan = grs::ScanRegion(jsonText, RegionMember(region));
+    if (scan.syntaxError) {
+        grs::log::Error(258, kLoadServersMap, "[ServerConfigHelper::loadServersMap] Parse ServerConfig Error");
+        return;
+    }
+    if (!scan.found) return;
+    // Addresses are strings; a region holding anything else is not trusted at
+    // all rather than half applied.
+    if (scan.nonStringValue) throw std::runtime_error("Server address value is not a string");
+    serversByCountry[m_countryCode] = std::move(scan.servers);
+}
+
+std::wstring ServerConfigHelper::GetServerAddress(ServiceAddressEnum service, bool isTest) {
+    try {
+        if (m_servers.empty()) {
+            Load(m_countryCode, isTest);
+            if (m_servers.empty()) {
+                grs::log::Error(167, kGetServerAddress, "[ServerConfigHelper::GetServerAddress] servers is empty");
+                return std::wstring();
+            }
+        }
+        const auto& keys = ServiceKeys();
+        const auto key = keys.find(service);
+        if (key == keys.end()) return std::wstring();
+        const auto address = m_servers.find(key->second);
+        return address == m_servers.end() ? std::wstring() : address->second;
+    } catch (...) {
+        LogCurrentException(__LINE__, kGetServerAddress);
+    }
+    return std::wstring();
+}
+
+void ServerConfigHelper::InitLocalServiceUrl() {
+    try {
+        GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
+        for (const ServiceStep& step : kServiceSteps) (store->*step.setter)(GetServerAddress(step.service, false));
+    } catch (...) {
+        LogCurrentException(__LINE__, kInitLocalServiceUrl);
+    }
+}

@@ -1,0 +1,101 @@
+#include "serverconfig/RegionJson.h"
+
+#include "core/TextUtil.h"
+#include "serverconfig/JsonConfig.h"
+
+namespace grs {
+
+namespace {
+
+// Depth counts open containers: root members sit at depth 1, the members of
+// a region object at depth 2. Only those two levels are looked at; anything
+// deeper is parsed and ignored.
+class RegionHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, RegionHandler> {
+public:
+    RegionHandler(const std::string& regionName, RegionScan& scan) : m_regionName(regionName), m_scan(scan) {}
+
+    bool Default() {
+        OnValue(false, nullptr, 0);
+        return true;
+    }
+    bool String(const char* text, rapidjson::SizeType length, bool) {
+        OnValue(false, text, length);
+        return true;
+    }
+    bool Key(const char* text, rapidjson::SizeType length, bool) {
+        if (m_depth == 1) {
+            m_atRegion = m_regionName.compare(0, std::string::npos, text, length) == 0;
+        } else if (m_depth == 2 && m_inRegion) {
+            m_key.assign(text, length);
+        }
+        return true;
+    }
+    bool StartObject() {
+        OnValue(true, nullptr, 0);
+        ++m_depth;
+        return true;
+    }
+    bool StartArray() {
+        OnValue(false, nullptr, 0);
+        ++m_depth;
+        return true;
+    }
+    bool EndObject(rapidjson::SizeType) { return Close(); }
+    bool EndArray(rapidjson::SizeType) { return Close(); }
+
+private:
+    // `text` is null for every value that is not a string.
+    void OnValue(bool isObject, const char* text, size_t length) {
+        if (m_depth == 1 && m_atRegion) {
+            // A repeated region member replaces what an earlier one gave.
+            m_atRegion = false;
+            m_inRegion = isObject;
+            m_scan.found = isObject;
+            m_scan.nonStringValue = false;
+            m_scan.servers.clear();
+        } else if (m_depth == 2 && m_inRegion) {
+            if (text == nullptr) {
+                m_scan.nonStringValue = true;
+                return;
+            }
+            m_scan.servers[Utf8ToWide(m_key)] = Utf8ToWide(std::string(text, length));
+        }
+    }
+
+    bool Close() {
+        --m_depth;
+        if (m_depth == 1) m_inRegion = false;
+        return true;
+    }
+
+    const std::string& m_regionName;
+    RegionScan& m_scan;
+    size_t m_depth = 0;
+    bool m_atRegion = false;
+    bool m_inRegion = false;
+    std::string m_key;
+};
+
+}  // namespace
+
+RegionScan ScanRegion(const std::string& jsonText, const std::string& regionName) {
+    RegionScan scan;
+    // A raw NUL is never valid JSON, and the parser would take it for the end
+    // of the text and accept whatever came before.
+    if (jsonText.find('\0') != std::string::npos) {
+        scan.syntaxError = true;
+        return scan;
+    }
+    RegionHandler handler(regionName, scan);
+    rapidjson::StringStream stream(jsonText.c_str());
+    rapidjson::Reader reader;
+    const rapidjson::ParseResult result =
+        reader.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag>(stream, handler);
+    if (result.IsError()) {
+        scan = RegionScan();
+        scan.syntaxError = true;
+    }
+    return scan;
+}
+
+}  // namespace grs

@@ -1,0 +1,342 @@
+// The server address file beside the host executable: which file and region
+// a country gets, what reaches the parameter store, and hostile files.
+#include <gtest/gtest.h>
+
+#include "serverconfig/ServerConfigHelper.h"
+#include "serverconfig/ServerConfigPaths.h"
+#include "tests/common/TestSupport.h"
+
+namespace {
+
+using grs::test::Narrow;
+
+// Service keys by enumeration value.
+const wchar_t* const kKeys[] = {L"zrv",
+                                L"zrvbak",
+                                L"zrvbak1",
+                                L"zrvbakru",
+                                L"zrvbakeu",
+                                L"cas",
+                                L"upas",
+                                L"portal",
+                                L"basic",
+                                L"vfs",
+                                L"cloudphoto",
+                                L"business",
+                                L"feedbackannex",
+                                L"feedbackwithannex",
+                                L"feedbacklog",
+                                L"terms",
+                                L"gw",
+                                L"user",
+                                L"club",
+                                L"consumer",
+                                L"cbs",
+                                L"pimds",
+                                L"configbasic",
+                                L"operqrtserverid",
+                                L"trs",
+                                L"push",
+                                L"testzavkooperqrturl",
+                                L"netping",
+                                L"familyshare",
+                                L"consumerbusiness",
+                                L"syncserverurl",
+                                L"cloudphotov2",
+                                L"userInformationservice",
+                                L"help",
+                                L"ubaurl",
+                                L"opensource",
+                                L"content",
+                                L"cbsv3",
+                                L"extension",
+                                L"cloudsyncdrive",
+                                L"qirentccpcurl",
+                                L"scopeurl",
+                                L"dataExtract",
+                                L"cloudServiceAgreement",
+                                L"dmpUpload",
+                                L"logPingUrl"};
+constexpr int kServiceCount = 46;
+static_assert(sizeof kKeys / sizeof kKeys[0] == kServiceCount, "one key per service");
+
+const wchar_t* const kFileNames[] = {L"ServerConfig",        L"ServerConfigDR2",    L"ServerConfigDR3",
+                                     L"ServerConfigDR4",     L"ServerConfigTest",   L"ServerConfigTestDR2",
+                                     L"ServerConfigTestDR3", L"ServerConfigTestDR4"};
+
+std::wstring Address(const std::wstring& tag, int service) {
+    return L"https://" + tag + L"/" + kKeys[service];
+}
+
+// A region object holding every service, addresses tagged with `tag`.
+std::string FullRegion(const std::wstring& tag) {
+    std::string json = "{";
+    for (int i = 0; i < kServiceCount; ++i)
+        json += (i ? ",\"" : "\"") + Narrow(kKeys[i]) + "\":\"" + Narrow(Address(tag, i)) + "\"";
+    return json + "}";
+}
+
+size_t ErrorLineCount() {
+    size_t count = 0;
+    for (const auto& line : ClientStandIn::LogLines()) count += line.severity == 5;
+    return count;
+}
+
+bool HasLog(const char* function, int line, int severity, const std::wstring& message) {
+    for (const auto& l : ClientStandIn::LogLines())
+        if (l.function == function && l.line == line && l.severity == severity && l.message == message) return true;
+    return false;
+}
+
+class ServerConfigFiles : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ServerConfigHelper helper;  // fills the module directory
+        grs::ServerAddressPath().clear();
+        RemoveAll();
+        ClientStandIn::ClearLogLines();
+    }
+    void TearDown() override { RemoveAll(); }
+
+    static std::wstring PathOf(const std::wstring& name) { return grs::ModuleDirectory() + name; }
+    static void Write(const std::wstring& name, const std::string& bytes) {
+        ASSERT_TRUE(grs::test::WriteFileBytes(PathOf(name), bytes)) << Narrow(name);
+    }
+    static void RemoveAll() {
+        for (const wchar_t* name : kFileNames) grs::test::RemoveTree(PathOf(name));
+    }
+    static void SetCountry(const std::wstring& code, const std::unordered_set<std::wstring>& asia = {L"SG"},
+                           const std::unordered_set<std::wstring>& europe = {L"DE"}) {
+        ClientStandIn::SetText(ClientStandIn::Text::CountryCode, code);
+        ClientStandIn::SetCountrySets(asia, europe);
+    }
+
+    grs::test::StandInSandbox sandbox;
+};
+
+TEST_F(ServerConfigFiles, CountryChoosesFileAndRegion) {
+    // Every file holds every region, so the answer names both choices.
+    for (const wchar_t* name : kFileNames) {
+        std::string json = "{";
+        for (const char* region : {"cn", "dr2", "dr3", "dr4"})
+            json += (json.size() > 1 ? ",\"" : "\"") + std::string(region) + "\":{\"zrv\":\"" + Narrow(name) + "/" +
+                    region + "\"}";
+        Write(name, json + "}");
+    }
+    const struct {
+        const wchar_t* country;
+        std::unordered_set<std::wstring> asia, europe;
+        bool isTest;
+        const wchar_t* expected;
+    } cases[] = {
+        {L"CN", {L"SG"}, {L"DE"}, false, L"ServerConfig/cn"},
+        {L"CN", {L"SG"}, {L"DE"}, true, L"ServerConfigTest/cn"},
+        {L"", {L"SG"}, {L"DE"}, false, L"ServerConfig/cn"},
+        {L"SG", {L"SG"}, {L"DE"}, false, L"ServerConfigDR2/dr2"},
+        {L"SG", {L"SG"}, {L"DE"}, true, L"ServerConfigTestDR2/dr2"},
+        {L"DE", {L"SG"}, {L"DE"}, false, L"ServerConfigDR3/dr3"},
+        {L"DE", {L"SG"}, {L"DE"}, true, L"ServerConfigTestDR3/dr3"},
+        {L"RU", {L"SG"}, {L"DE"}, false, L"ServerConfigDR4/dr4"},
+        {L"RU", {L"SG"}, {L"DE"}, true, L"ServerConfigTestDR4/dr4"},
+        {L"ru", {L"SG"}, {L"DE"}, false, L"ServerConfig/cn"},
+        {L"XX", {L"XX"}, {L"XX"}, false, L"ServerConfigDR2/dr2"},
+        {L"RU", {L"SG"}, {L"RU"}, true, L"ServerConfigTestDR3/dr3"},
+    };
+    for (const auto& c : cases) {
+        SetCountry(c.country, c.asia, c.europe);
+        ServerConfigHelper helper;
+        const std::string label = Narrow(c.country) + (c.isTest ? " test" : "");
+        EXPECT_TRUE(helper.isFileExist(c.isTest)) << label;
+        EXPECT_EQ(helper.GetServerAddress(SERVICE_ZRV, c.isTest), c.expected) << label;
+        EXPECT_EQ(ClientStandIn::GetAddress(L"ZRVUrl"), c.expected) << label;
+    }
+}
+
+TEST_F(ServerConfigFiles, MissingFileIsReportedWithItsPath) {
+    Write(L"ServerConfig", "{\"cn\":{\"zrv\":\"a\"}}");
+    for (bool isTest : {true, false}) {
+        SetCountry(isTest ? L"CN" : L"SG");
+        const std::wstring path = PathOf(isTest ? L"ServerConfigTest" : L"ServerConfigDR2");
+        ServerConfigHelper helper;
+        EXPECT_FALSE(helper.isFileExist(isTest));
+        EXPECT_EQ(grs::ServerAddressPath(), path);
+        EXPECT_TRUE(HasLog("ServerConfigHelper::isFileExist", 122, 5,
+                           L"Load serverconfig to init url fail, serverAddresPath: " + path))
+            << Narrow(path);
+    }
+    EXPECT_TRUE(ClientStandIn::SetterCalls().empty());
+}
+
+TEST_F(ServerConfigFiles, FullFileAnswersEveryServiceAndFillsTheStore) {
+    SetCountry(L"CN");
+    Write(L"ServerConfig", "{\"dr2\":" + FullRegion(L"asia") + ",\"cn\":" + FullRegion(L"cn") + "}");
+    ServerConfigHelper helper;
+    ASSERT_TRUE(helper.isFileExist(false));
+    EXPECT_TRUE(HasLog("ServerConfigHelper::isFileExist", 119, 2, L"Load serverconfig to init url"));
+    EXPECT_EQ(ErrorLineCount(), 0u);
+
+    for (int i = 0; i < kServiceCount; ++i)
+        EXPECT_EQ(helper.GetServerAddress(static_cast<ServiceAddressEnum>(i), false), Address(L"cn", i)) << i;
+    EXPECT_EQ(helper.GetServerAddress(static_cast<ServiceAddressEnum>(46), false), L"");
+    EXPECT_EQ(helper.GetServerAddress(static_cast<ServiceAddressEnum>(63), true), L"");
+
+    const struct {
+        const wchar_t* setter;
+        int service;
+    } steps[] = {
+        {L"AgreementUrl", 15},
+        {L"ASBaseUrl", 6},
+        {L"BasicUrl", 8},
+        {L"BusinessUrl", 11},
+        {L"CASBaseUrl", 5},
+        {L"CBSUrl", 20},
+        {L"CloudPhotoUrl", 10},
+        {L"CloudPhotoV2Url", 31},
+        {L"ConfigBasicUrl", 22},
+        {L"ConsumerBusinessUrl", 29},
+        {L"ConsumerUrl", 19},
+        {L"FeedBackAnnexUrl", 12},
+        {L"FeedBackLogUrl", 14},
+        {L"FeedBackWithAnnexUrl", 13},
+        {L"FamilyShareUrl", 28},
+        {L"GOpenUserUrl", 17},
+        {L"ZRVBakUrl", 1},
+        {L"ZRVUrl", 0},
+        {L"ZRVBakUrl1", 2},
+        {L"ZRVBakRuUrl", 3},
+        {L"ZRVBakEuUrl", 4},
+        {L"GWUrl", 16},
+        {L"HelpAndServiceUrl", 33},
+        {L"UBAUrl", 34},
+        {L"OpenSource", 35},
+        {L"QirentClubUrl", 18},
+        {L"NspUrl", 9},
+        {L"OperqrtServerIdUrl", 23},
+        {L"PIMDSUrl", 21},
+        {L"PortalServerUrl", 7},
+        {L"PortalUrl", 7},
+        {L"SyncServerUrl", 30},
+        {L"TestZavkooperqrtUrl", 26},
+        {L"UserInformationserviceUrl", 32},
+        {L"TrsUrl", 24},
+        {L"PushUrl", 25},
+        {L"UBAUrl", 34},
+        {L"ContentUrl", 36},
+        {L"CbsV3Url", 37},
+        {L"ExtensionUrl", 38},
+        {L"CloudSyncDriveUrl", 39},
+        {L"QirentCcpcUrl", 40},
+        {L"ScopeUrl", 41},
+        {L"NetPing", 27},
+        {L"DataExtractUrl", 42},
+        {L"CloudServiceAgreementUrl", 43},
+        {L"DmpUploadUrl", 44},
+        {L"LogPingUrl", 45},
+    };
+    const auto calls = ClientStandIn::SetterCalls();
+    ASSERT_EQ(calls.size(), sizeof steps / sizeof steps[0]);
+    for (size_t i = 0; i < calls.size(); ++i) {
+        EXPECT_EQ(calls[i].name, steps[i].setter) << "step " << i + 1;
+        EXPECT_EQ(calls[i].value, Address(L"cn", steps[i].service)) << "step " << i + 1;
+    }
+    EXPECT_EQ(ClientStandIn::GetAddress(L"PortalUrl"), Address(L"cn", SERVICE_PORTAL));
+}
+
+TEST_F(ServerConfigFiles, LookupBeforeAnyChoiceIsEmptyAndLogged) {
+    ServerConfigHelper helper;
+    EXPECT_EQ(helper.GetServerAddress(SERVICE_PORTAL, false), L"");
+    EXPECT_TRUE(HasLog("ServerConfigHelper::GetServerAddress", 167, 5,
+                       L"[ServerConfigHelper::GetServerAddress] servers is empty"));
+}
+
+TEST_F(ServerConfigFiles, FailedReloadKeepsTheAddresses) {
+    SetCountry(L"CN");
+    Write(L"ServerConfig", "{\"cn\":{\"zrv\":\"first\"}}");
+    ServerConfigHelper helper;
+    ASSERT_TRUE(helper.isFileExist(false));
+    for (const std::string& bytes : {std::string("{\"cn\":"), std::string(), std::string("{\"dr2\":{}}")}) {
+        Write(L"ServerConfig", bytes);
+        helper.Load(L"CN", false);
+        EXPECT_EQ(helper.GetServerAddress(SERVICE_ZRV, false), L"first") << bytes;
+    }
+    // Only the entry of the helper's own country is taken.
+    Write(L"ServerConfig", "{\"cn\":{\"zrv\":\"second\"}}");
+    helper.Load(L"SG", false);
+    EXPECT_EQ(helper.GetServerAddress(SERVICE_ZRV, false), L"first");
+    helper.Load(L"CN", false);
+    EXPECT_EQ(helper.GetServerAddress(SERVICE_ZRV, false), L"second");
+}
+
+TEST_F(ServerConfigFiles, HostileFilesFailSafely) {
+    constexpr size_t kMiB = 1048576;
+    const std::string small = "{\"cn\":{\"zrv\":\"a\"}}";
+    const std::string deep = std::string(100000, '[') + std::string(100000, ']');
+    const std::wstring parseError = L"[ServerConfigHelper::loadServersMap] Parse ServerConfig Error";
+    const std::wstring notString = L"[ServerConfigHelper::Load] Server address value is not a string";
+    const struct {
+        const char* label;
+        std::string bytes;
+        bool ok;
+        const wchar_t* zrv;
+        int logLine;  // 0: no error line expected
+        std::wstring log;
+    } cases[] = {
+        {"exactly 1 MiB", small + std::string(kMiB - small.size(), ' '), true, L"a", 0, {}},
+        {"1 MiB and a byte", small + std::string(kMiB + 1 - small.size(), ' '), false, L"", 0, {}},
+        {"zero bytes", "", false, L"", 0, {}},
+        {"syntax error", "{\"cn\":{\"zrv\":\"a\"}", false, L"", 258, parseError},
+        {"unclosed deep nesting", std::string(100000, '['), false, L"", 258, parseError},
+        {"deep value in the region", "{\"dr3\":" + deep + ",\"cn\":{\"zrv\":\"a\",\"x\":" + deep + "}}", false, L"",
+         156, notString},
+        {"deep nesting beside", "{\"dr3\":" + deep + ",\"cn\":{\"zrv\":\"a\"}}", true, L"a", 0, {}},
+        {"invalid UTF-8", "{\"cn\":{\"zrv\":\"\xC3\x28\"}}", false, L"", 258, parseError},
+        {"NUL after the root", small + std::string(1, '\0') + "x", false, L"", 258, parseError},
+        {"trailing text", small + "x", false, L"", 258, parseError},
+        {"root is an array", "[" + small + "]", false, L"", 0, {}},
+        {"region is a string", "{\"cn\":\"a\"}", false, L"", 0, {}},
+        {"number value", "{\"cn\":{\"zrv\":\"a\",\"gw\":5}}", false, L"", 156, notString},
+        {"null value", "{\"cn\":{\"zrv\":null}}", false, L"", 156, notString},
+        {"number in another region", "{\"dr2\":{\"zrv\":1},\"cn\":{\"zrv\":\"a\"}}", true, L"a", 0, {}},
+        {"duplicate key", "{\"cn\":{\"zrv\":\"a\",\"zrv\":\"b\"}}", true, L"b", 0, {}},
+        {"duplicate region", "{\"cn\":{\"zrv\":\"a\"},\"cn\":{\"zrv\":\"b\"}}", true, L"b", 0, {}},
+        {"later region not an object", "{\"cn\":{\"zrv\":\"a\"},\"cn\":[]}", false, L"", 0, {}},
+        {"escapes and non-ASCII", "{\"cn\":{\"zrv\":\"\\u00e9\xE4\xB8\xAD\\/\"}}", true, L"\x00e9\x4e2d/", 0, {}},
+    };
+    SetCountry(L"CN");
+    for (const auto& c : cases) {
+        Write(L"ServerConfig", c.bytes);
+        ClientStandIn::ClearLogLines();
+        ServerConfigHelper helper;
+        EXPECT_EQ(helper.isFileExist(false), c.ok) << c.label;
+        if (c.logLine == 0) {
+            EXPECT_EQ(ErrorLineCount(), 0u) << c.label;
+        } else {
+            EXPECT_EQ(ErrorLineCount(), 1u) << c.label;
+            EXPECT_TRUE(HasLog(c.logLine == 258 ? "ServerConfigHelper::loadServersMap" : "ServerConfigHelper::Load",
+                               c.logLine, 5, c.log))
+                << c.label;
+        }
+        if (c.ok) EXPECT_EQ(helper.GetServerAddress(SERVICE_ZRV, false), c.zrv) << c.label;
+    }
+}
+
+TEST_F(ServerConfigFiles, MissingKeyStoresAnEmptyAddress) {
+    SetCountry(L"CN");
+    Write(L"ServerConfig", "{\"cn\":{\"zrv\":\"a\",\"portal\":\"\"}}");
+    ServerConfigHelper helper;
+    ASSERT_TRUE(helper.isFileExist(false));
+    const auto calls = ClientStandIn::SetterCalls();
+    ASSERT_EQ(calls.size(), 48u);
+    for (const auto& call : calls) EXPECT_EQ(call.value, call.name == L"ZRVUrl" ? L"a" : L"") << Narrow(call.name);
+    EXPECT_EQ(ErrorLineCount(), 0u);
+}
+
+TEST_F(ServerConfigFiles, DirectoryInPlaceOfTheFileLoadsNothing) {
+    SetCountry(L"CN");
+    ASSERT_TRUE(grs::test::CreateFolderTree(PathOf(L"ServerConfig")));
+    ServerConfigHelper helper;
+    EXPECT_FALSE(helper.isFileExist(false));
+    EXPECT_EQ(ErrorLineCount(), 0u);
+}
+
+}  // namespace

@@ -11,52 +11,16 @@ namespace {
 using grs::test::Narrow;
 
 // Service keys by enumeration value.
-const wchar_t* const kKeys[] = {L"zrv",
-                                L"zrvbak",
-                                L"zrvbak1",
-                                L"zrvbakru",
-                                L"zrvbakeu",
-                                L"cas",
-                                L"upas",
-                                L"portal",
-                                L"basic",
-                                L"vfs",
-                                L"cloudphoto",
-                                L"business",
-                                L"feedbackannex",
-                                L"feedbackwithannex",
-                                L"feedbacklog",
-                                L"terms",
-                                L"gw",
-                                L"user",
-                                L"club",
-                                L"consumer",
-                                L"cbs",
-                                L"pimds",
-                                L"configbasic",
-                                L"operqrtserverid",
-                                L"trs",
-                                L"push",
-                                L"testzavkooperqrturl",
-                                L"netping",
-                                L"familyshare",
-                                L"consumerbusiness",
-                                L"syncserverurl",
-                                L"cloudphotov2",
-                                L"userInformationservice",
-                                L"help",
-                                L"ubaurl",
-                                L"opensource",
-                                L"content",
-                                L"cbsv3",
-                                L"extension",
-                                L"cloudsyncdrive",
-                                L"qirentccpcurl",
-                                L"scopeurl",
-                                L"dataExtract",
-                                L"cloudServiceAgreement",
-                                L"dmpUpload",
-                                L"logPingUrl"};
+// clang-format off
+const wchar_t* const kKeys[] = {
+    L"zrv", L"zrvbak", L"zrvbak1", L"zrvbakru", L"zrvbakeu", L"cas", L"upas", L"portal", L"basic", L"vfs",
+    L"cloudphoto", L"business", L"feedbackannex", L"feedbackwithannex", L"feedbacklog", L"terms", L"gw", L"user",
+    L"club", L"consumer", L"cbs", L"pimds", L"configbasic", L"operqrtserverid", L"trs", L"push",
+    L"testzavkooperqrturl", L"netping", L"familyshare", L"consumerbusiness", L"syncserverurl", L"cloudphotov2",
+    L"userInformationservice", L"help", L"ubaurl", L"opensource", L"content", L"cbsv3", L"extension",
+    L"cloudsyncdrive", L"qirentccpcurl", L"scopeurl", L"dataExtract", L"cloudServiceAgreement", L"dmpUpload",
+    L"logPingUrl"};
+// clang-format on
 constexpr int kServiceCount = 46;
 static_assert(sizeof kKeys / sizeof kKeys[0] == kServiceCount, "one key per service");
 
@@ -78,7 +42,8 @@ std::string FullRegion(const std::wstring& tag) {
 
 size_t ErrorLineCount() {
     size_t count = 0;
-    for (const auto& line : ClientStandIn::LogLines()) count += line.severity == 5;
+    for (const auto& line : ClientStandIn::LogLines())
+        if (line.severity == 5) ++count;
     return count;
 }
 
@@ -184,54 +149,19 @@ TEST_F(ServerConfigFiles, FullFileAnswersEveryServiceAndFillsTheStore) {
         const wchar_t* setter;
         int service;
     } steps[] = {
-        {L"AgreementUrl", 15},
-        {L"ASBaseUrl", 6},
-        {L"BasicUrl", 8},
-        {L"BusinessUrl", 11},
-        {L"CASBaseUrl", 5},
-        {L"CBSUrl", 20},
-        {L"CloudPhotoUrl", 10},
-        {L"CloudPhotoV2Url", 31},
-        {L"ConfigBasicUrl", 22},
-        {L"ConsumerBusinessUrl", 29},
-        {L"ConsumerUrl", 19},
-        {L"FeedBackAnnexUrl", 12},
-        {L"FeedBackLogUrl", 14},
-        {L"FeedBackWithAnnexUrl", 13},
-        {L"FamilyShareUrl", 28},
-        {L"GOpenUserUrl", 17},
-        {L"ZRVBakUrl", 1},
-        {L"ZRVUrl", 0},
-        {L"ZRVBakUrl1", 2},
-        {L"ZRVBakRuUrl", 3},
-        {L"ZRVBakEuUrl", 4},
-        {L"GWUrl", 16},
-        {L"HelpAndServiceUrl", 33},
-        {L"UBAUrl", 34},
-        {L"OpenSource", 35},
-        {L"QirentClubUrl", 18},
-        {L"NspUrl", 9},
-        {L"OperqrtServerIdUrl", 23},
-        {L"PIMDSUrl", 21},
-        {L"PortalServerUrl", 7},
-        {L"PortalUrl", 7},
-        {L"SyncServerUrl", 30},
-        {L"TestZavkooperqrtUrl", 26},
-        {L"UserInformationserviceUrl", 32},
-        {L"TrsUrl", 24},
-        {L"PushUrl", 25},
-        {L"UBAUrl", 34},
-        {L"ContentUrl", 36},
-        {L"CbsV3Url", 37},
-        {L"ExtensionUrl", 38},
-        {L"CloudSyncDriveUrl", 39},
-        {L"QirentCcpcUrl", 40},
-        {L"ScopeUrl", 41},
-        {L"NetPing", 27},
-        {L"DataExtractUrl", 42},
-        {L"CloudServiceAgreementUrl", 43},
-        {L"DmpUploadUrl", 44},
-        {L"LogPingUrl", 45},
+        // clang-format off
+        {L"AgreementUrl", 15}, {L"ASBaseUrl", 6}, {L"BasicUrl", 8}, {L"BusinessUrl", 11}, {L"CASBaseUrl", 5},
+        {L"CBSUrl", 20}, {L"CloudPhotoUrl", 10}, {L"CloudPhotoV2Url", 31}, {L"ConfigBasicUrl", 22},
+        {L"ConsumerBusinessUrl", 29}, {L"ConsumerUrl", 19}, {L"FeedBackAnnexUrl", 12}, {L"FeedBackLogUrl", 14},
+        {L"FeedBackWithAnnexUrl", 13}, {L"FamilyShareUrl", 28}, {L"GOpenUserUrl", 17}, {L"ZRVBakUrl", 1},
+        {L"ZRVUrl", 0}, {L"ZRVBakUrl1", 2}, {L"ZRVBakRuUrl", 3}, {L"ZRVBakEuUrl", 4}, {L"GWUrl", 16},
+        {L"HelpAndServiceUrl", 33}, {L"UBAUrl", 34}, {L"OpenSource", 35}, {L"QirentClubUrl", 18}, {L"NspUrl", 9},
+        {L"OperqrtServerIdUrl", 23}, {L"PIMDSUrl", 21}, {L"PortalServerUrl", 7}, {L"PortalUrl", 7},
+        {L"SyncServerUrl", 30}, {L"TestZavkooperqrtUrl", 26}, {L"UserInformationserviceUrl", 32}, {L"TrsUrl", 24},
+        {L"PushUrl", 25}, {L"UBAUrl", 34}, {L"ContentUrl", 36}, {L"CbsV3Url", 37}, {L"ExtensionUrl", 38},
+        {L"CloudSyncDriveUrl", 39}, {L"QirentCcpcUrl", 40}, {L"ScopeUrl", 41}, {L"NetPing", 27},
+        {L"DataExtractUrl", 42}, {L"CloudServiceAgreementUrl", 43}, {L"DmpUploadUrl", 44}, {L"LogPingUrl", 45},
+        // clang-format on
     };
     const auto calls = ClientStandIn::SetterCalls();
     ASSERT_EQ(calls.size(), sizeof steps / sizeof steps[0]);
@@ -249,11 +179,15 @@ TEST_F(ServerConfigFiles, LookupBeforeAnyChoiceIsEmptyAndLogged) {
                        L"[ServerConfigHelper::GetServerAddress] servers is empty"));
 }
 
-TEST_F(ServerConfigFiles, FailedReloadKeepsTheAddresses) {
+TEST_F(ServerConfigFiles, SparseFileThenFailedReloads) {
     SetCountry(L"CN");
     Write(L"ServerConfig", "{\"cn\":{\"zrv\":\"first\"}}");
     ServerConfigHelper helper;
     ASSERT_TRUE(helper.isFileExist(false));
+    // Services the file does not name are stored empty, not skipped.
+    const auto calls = ClientStandIn::SetterCalls();
+    ASSERT_EQ(calls.size(), 48u);
+    for (const auto& call : calls) EXPECT_EQ(call.value, call.name == L"ZRVUrl" ? L"first" : L"") << Narrow(call.name);
     for (const std::string& bytes : {std::string("{\"cn\":"), std::string(), std::string("{\"dr2\":{}}")}) {
         Write(L"ServerConfig", bytes);
         helper.Load(L"CN", false);
@@ -276,38 +210,37 @@ TEST_F(ServerConfigFiles, HostileFilesFailSafely) {
     const struct {
         const char* label;
         std::string bytes;
-        bool ok;
-        const wchar_t* zrv;
-        int logLine;  // 0: no error line expected
+        const wchar_t* zrv;  // null: nothing loads
+        int logLine;         // 0: no error line expected
         std::wstring log;
     } cases[] = {
-        {"exactly 1 MiB", small + std::string(kMiB - small.size(), ' '), true, L"a", 0, {}},
-        {"1 MiB and a byte", small + std::string(kMiB + 1 - small.size(), ' '), false, L"", 0, {}},
-        {"zero bytes", "", false, L"", 0, {}},
-        {"syntax error", "{\"cn\":{\"zrv\":\"a\"}", false, L"", 258, parseError},
-        {"unclosed deep nesting", std::string(100000, '['), false, L"", 258, parseError},
-        {"deep value in the region", "{\"dr3\":" + deep + ",\"cn\":{\"zrv\":\"a\",\"x\":" + deep + "}}", false, L"",
-         156, notString},
-        {"deep nesting beside", "{\"dr3\":" + deep + ",\"cn\":{\"zrv\":\"a\"}}", true, L"a", 0, {}},
-        {"invalid UTF-8", "{\"cn\":{\"zrv\":\"\xC3\x28\"}}", false, L"", 258, parseError},
-        {"NUL after the root", small + std::string(1, '\0') + "x", false, L"", 258, parseError},
-        {"trailing text", small + "x", false, L"", 258, parseError},
-        {"root is an array", "[" + small + "]", false, L"", 0, {}},
-        {"region is a string", "{\"cn\":\"a\"}", false, L"", 0, {}},
-        {"number value", "{\"cn\":{\"zrv\":\"a\",\"gw\":5}}", false, L"", 156, notString},
-        {"null value", "{\"cn\":{\"zrv\":null}}", false, L"", 156, notString},
-        {"number in another region", "{\"dr2\":{\"zrv\":1},\"cn\":{\"zrv\":\"a\"}}", true, L"a", 0, {}},
-        {"duplicate key", "{\"cn\":{\"zrv\":\"a\",\"zrv\":\"b\"}}", true, L"b", 0, {}},
-        {"duplicate region", "{\"cn\":{\"zrv\":\"a\"},\"cn\":{\"zrv\":\"b\"}}", true, L"b", 0, {}},
-        {"later region not an object", "{\"cn\":{\"zrv\":\"a\"},\"cn\":[]}", false, L"", 0, {}},
-        {"escapes and non-ASCII", "{\"cn\":{\"zrv\":\"\\u00e9\xE4\xB8\xAD\\/\"}}", true, L"\x00e9\x4e2d/", 0, {}},
+        {"exactly 1 MiB", small + std::string(kMiB - small.size(), ' '), L"a", 0, {}},
+        {"1 MiB and a byte", small + std::string(kMiB + 1 - small.size(), ' '), nullptr, 0, {}},
+        {"zero bytes", "", nullptr, 0, {}},
+        {"syntax error", "{\"cn\":{\"zrv\":\"a\"}", nullptr, 258, parseError},
+        {"unclosed deep nesting", std::string(100000, '['), nullptr, 258, parseError},
+        {"deep value in the region", "{\"dr3\":" + deep + ",\"cn\":{\"zrv\":\"a\",\"x\":" + deep + "}}", nullptr, 156,
+         notString},
+        {"deep nesting beside", "{\"dr3\":" + deep + ",\"cn\":{\"zrv\":\"a\"}}", L"a", 0, {}},
+        {"invalid UTF-8", "{\"cn\":{\"zrv\":\"\xC3\x28\"}}", nullptr, 258, parseError},
+        {"NUL after the root", small + std::string(1, '\0') + "x", nullptr, 258, parseError},
+        {"trailing text", small + "x", nullptr, 258, parseError},
+        {"root is an array", "[" + small + "]", nullptr, 0, {}},
+        {"region is a string", "{\"cn\":\"a\"}", nullptr, 0, {}},
+        {"number value", "{\"cn\":{\"zrv\":\"a\",\"gw\":5}}", nullptr, 156, notString},
+        {"null value", "{\"cn\":{\"zrv\":null}}", nullptr, 156, notString},
+        {"number in another region", "{\"dr2\":{\"zrv\":1},\"cn\":{\"zrv\":\"a\"}}", L"a", 0, {}},
+        {"duplicate key", "{\"cn\":{\"zrv\":\"a\",\"zrv\":\"b\"}}", L"b", 0, {}},
+        {"duplicate region", "{\"cn\":{\"zrv\":\"a\"},\"cn\":{\"zrv\":\"b\"}}", L"b", 0, {}},
+        {"later region not an object", "{\"cn\":{\"zrv\":\"a\"},\"cn\":[]}", nullptr, 0, {}},
+        {"escapes and non-ASCII", "{\"cn\":{\"zrv\":\"\\u00e9\xE4\xB8\xAD\\/\"}}", L"\x00e9\x4e2d/", 0, {}},
     };
     SetCountry(L"CN");
     for (const auto& c : cases) {
         Write(L"ServerConfig", c.bytes);
         ClientStandIn::ClearLogLines();
         ServerConfigHelper helper;
-        EXPECT_EQ(helper.isFileExist(false), c.ok) << c.label;
+        EXPECT_EQ(helper.isFileExist(false), c.zrv != nullptr) << c.label;
         if (c.logLine == 0) {
             EXPECT_EQ(ErrorLineCount(), 0u) << c.label;
         } else {
@@ -316,19 +249,8 @@ TEST_F(ServerConfigFiles, HostileFilesFailSafely) {
                                c.logLine, 5, c.log))
                 << c.label;
         }
-        if (c.ok) EXPECT_EQ(helper.GetServerAddress(SERVICE_ZRV, false), c.zrv) << c.label;
+        if (c.zrv) EXPECT_EQ(helper.GetServerAddress(SERVICE_ZRV, false), c.zrv) << c.label;
     }
-}
-
-TEST_F(ServerConfigFiles, MissingKeyStoresAnEmptyAddress) {
-    SetCountry(L"CN");
-    Write(L"ServerConfig", "{\"cn\":{\"zrv\":\"a\",\"portal\":\"\"}}");
-    ServerConfigHelper helper;
-    ASSERT_TRUE(helper.isFileExist(false));
-    const auto calls = ClientStandIn::SetterCalls();
-    ASSERT_EQ(calls.size(), 48u);
-    for (const auto& call : calls) EXPECT_EQ(call.value, call.name == L"ZRVUrl" ? L"a" : L"") << Narrow(call.name);
-    EXPECT_EQ(ErrorLineCount(), 0u);
 }
 
 TEST_F(ServerConfigFiles, DirectoryInPlaceOfTheFileLoadsNothing) {

@@ -1,0 +1,301 @@
+// Start-up over the stand-in's SQLite property database and real folders: the
+// first start, later starts with old rows, the repairs, closing the sync
+// folder and the thumbnail cache copy.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <map>
+#include <thread>
+
+#include "core/HashUtil.h"
+#include "core/collaborators/GlobalParamWrapper.h"
+#include "tests/common/TestSupport.h"
+#include "userprops/UserPropertyRules.h"
+
+namespace {
+
+using ClientStandIn::Text;
+using Rows = std::vector<PropertyDb::UserProperties>;
+namespace Db = PropertyDb::MainDatabaseProvider;
+
+std::wstring Wide(const std::string& ascii) {
+    return std::wstring(ascii.begin(), ascii.end());
+}
+
+std::map<std::wstring, std::wstring> Stored() {
+    std::map<std::wstring, std::wstring> stored;
+    for (const auto& row : Db::GetAllUserProperties()) stored[row.key] = row.value;
+    return stored;
+}
+
+st_UserPropertiesShow& Show() {
+    return *GlobalParamWrapper::GetInstance()->GetUserPropertiesShow();
+}
+
+// A restart: rows written by an earlier run, read from the file again.
+void Seed(Rows rows) {
+    Db::InsertUserProperties(rows);
+    ClientStandIn::CloseDatabase();
+}
+
+std::wstring ShowTabBar(const grs::test::StandInSandbox& sandbox) {
+    wchar_t value[8] = {};
+    ::GetPrivateProfileStringW(L"Setting", L"ShowTabBar", L"?", value, 8,
+                               (sandbox.AppData() + L"\\Setting.ini").c_str());
+    return value;
+}
+
+bool WaitForCopyEnd() {
+    for (int i = 0; i < 1200; ++i) {
+        const std::vector<bool> calls = ClientStandIn::CacheCopyResCalls();
+        if (calls.size() >= 2 && !calls.back()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return false;
+}
+
+size_t CountFiles(const std::wstring& folder) {
+    size_t count = 0;
+    WIN32_FIND_DATAW entry;
+    HANDLE find = ::FindFirstFileW((folder + L"\\*").c_str(), &entry);
+    if (find == INVALID_HANDLE_VALUE) return 0;
+    do {
+        const std::wstring name = entry.cFileName;
+        if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
+            ++count;
+        else if (name != L"." && name != L"..")
+            count += CountFiles(folder + L"\\" + name);
+    } while (::FindNextFileW(find, &entry));
+    ::FindClose(find);
+    return count;
+}
+
+class UserPropsStart : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ClientStandIn::SetText(Text::CurrentUserID, L"user-1");
+        ClientStandIn::SetResourceText(L"en", L"IDS_MAIN_PAGE_Qirent_Drive", L"Qirent Drive");
+    }
+    std::wstring Profile(const std::wstring& rest) const { return sandbox.Profile() + L"\\" + rest; }
+
+    grs::test::HkcuOverride hkcu;
+    grs::test::StandInSandbox sandbox;
+};
+
+TEST_F(UserPropsStart, FirstStartSavesEveryRowAndALaterStartKeepsThem) {
+    ASSERT_TRUE(ClientInitialize::InitializeUserProperties());
+    const std::wstring sync = Show().SyncCloudFolder;
+    EXPECT_EQ(sync.find(L":\\"), 1u) << grs::test::Narrow(sync);
+    EXPECT_EQ(sync.substr(sync.size() - 12), L"Qirent Drive");
+    EXPECT_EQ(std::wstring(Show().CacheFolder), Profile(L"Cloud\\Cache"));
+    EXPECT_EQ(std::wstring(Show().NewDownLoadFolder), sandbox.Downloads());
+    const std::wstring hash = Wide(grs::Sha256Hex("user-1"));
+    EXPECT_EQ(std::wstring(Show().UserCacheFolder), Profile(L"Cloud\\Cache\\") + hash);
+    EXPECT_EQ(ClientStandIn::SavedCacheDirs(), (std::vector<std::wstring>{hash, Show().UserCacheFolder}));
+    EXPECT_EQ(ShowTabBar(sandbox), L"0");
+
+    auto stored = Stored();
+    EXPECT_EQ(stored.size(), 43u);
+    EXPECT_EQ(stored[L"SyncCloudFolder"], sync);
+    EXPECT_EQ(stored[L"DownloadThreadCount"], L"5");
+    EXPECT_EQ(stored[L"IsFirstQuit"], L"1");
+    EXPECT_EQ(stored[L"driveSortType"], L"2");
+
+    ClientStandIn::CloseDatabase();
+    ASSERT_TRUE(ClientInitialize::InitializeUserProperties());
+    EXPECT_EQ(Stored(), stored);
+    EXPECT_EQ(std::wstring(Show().SyncCloudFolder), sync);
+}
+
+TEST_F(UserPropsStart, DownloadRowsMigrate) {
+    const std::wstring mine = sandbox.Root() / L"Mine";
+    grs::test::CreateFolderTree(mine);
+    const struct {
+        const char* name;
+        Rows rows;
+        bool makeCloudDownloads;
+        std::wstring newFolder, useDownloads;
+    } cases[] = {
+        {"own folder", {{L"DownLoadFolder", mine}}, false, mine, L"0"},
+        {"default folder", {{L"DownLoadFolder", Profile(L"Cloud\\Downloads")}}, true, sandbox.Downloads(), L"1"},
+        {"neither exists", {{L"DownLoadFolder", L"Q:\\gone"}}, false, sandbox.Downloads(), L"1"},
+        {"follows default",
+         {{L"NewDownLoadFolder", L"Q:\\old"}, {L"IsUseDownloadsPath", L"1"}},
+         false,
+         sandbox.Downloads(),
+         L"1"},
+        {"keeps own", {{L"NewDownLoadFolder", mine}, {L"IsUseDownloadsPath", L"0"}}, false, mine, L"0"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Db::DeleteAllUserProperties();
+        grs::test::RemoveTree(Profile(L"Cloud"));
+        if (c.makeCloudDownloads) grs::test::CreateFolderTree(Profile(L"Cloud\\Downloads"));
+        Rows rows = c.rows;
+        rows.push_back({L"IsOpenDownloadWnd", L"0"});
+        Seed(rows);
+        ASSERT_TRUE(ClientInitialize::InitializeUserProperties());
+        auto stored = Stored();
+        EXPECT_EQ(stored[L"NewDownLoadFolder"], c.newFolder);
+        EXPECT_EQ(stored[L"IsUseDownloadsPath"], c.useDownloads);
+        EXPECT_EQ(stored[L"DownLoadFolder"], L"");
+        EXPECT_EQ(std::wstring(Show().NewDownLoadFolder), c.newFolder);
+        EXPECT_EQ(Show().IsUseDownloadsPath, c.useDownloads == L"1");
+        EXPECT_EQ(Show().DownLoadFolder[0], L'\0');
+        // Only an old-style folder forces the download window back on.
+        EXPECT_EQ(stored[L"IsOpenDownloadWnd"], c.rows[0].key == L"DownLoadFolder" ? L"1" : L"0");
+    }
+}
+
+TEST_F(UserPropsStart, RepairsAndBadRows) {
+    const std::wstring tooLong(256, L'x');
+    const struct {
+        const char* name;
+        const wchar_t* userId;
+        const char* utf8Id;
+        Rows rows;
+        bool result;
+        int downloads, uploads;
+    } cases[] = {
+        {"zero and eleven",
+         L"user-1",
+         "user-1",
+         {{L"DownloadThreadCount", L"0"}, {L"UploadThreadCount", L"11"}},
+         true,
+         5,
+         5},
+        {"unreadable",
+         L"user-1",
+         "user-1",
+         {{L"DownloadThreadCount", L"abc"}, {L"UploadThreadCount", L"99999999999"}},
+         true,
+         5,
+         5},
+        {"in range", L"user-1", "user-1", {{L"DownloadThreadCount", L"10"}, {L"UploadThreadCount", L"1"}}, true, 10, 1},
+        {"too long values",
+         L"\u7528\u6237\u00fc",
+         "\xe7\x94\xa8\xe6\x88\xb7\xc3\xbc",
+         {{L"DownloadThreadCount", L"3"}, {L"SyncCloudFolder", tooLong}, {L"WarningText", tooLong}, {L"Unknown", L"1"}},
+         true,
+         3,
+         5},
+        {"cache folder leaves no room",
+         L"user-1",
+         "user-1",
+         {{L"DownloadThreadCount", L"3"}, {L"CacheFolder", std::wstring(255, L'c')}},
+         false,
+         3,
+         5},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        ClientStandIn::SetText(Text::CurrentUserID, c.userId);
+        Db::DeleteAllUserProperties();
+        Seed(c.rows);
+        ClientStandIn::ClearLogLines();
+        EXPECT_EQ(ClientInitialize::InitializeUserProperties(), c.result);
+        EXPECT_EQ(Show().DownloadThreadCount, c.downloads);
+        EXPECT_EQ(Show().UploadThreadCount, c.uploads);
+        auto stored = Stored();
+        EXPECT_EQ(stored[L"DownloadThreadCount"], std::to_wstring(c.downloads));
+        if (stored.count(L"UploadThreadCount")) EXPECT_EQ(stored[L"UploadThreadCount"], std::to_wstring(c.uploads));
+        if (c.result) {
+            EXPECT_EQ(ClientStandIn::SavedCacheDirs().back(),
+                      std::wstring(Show().CacheFolder) + L"\\" + Wide(grs::Sha256Hex(c.utf8Id)));
+        }
+    }
+}
+
+TEST_F(UserPropsStart, OldWindowsSwitchesSyncOffInTheDatabase) {
+    ClientStandIn::SetFunctionOpen(19, true);
+    Seed({{L"IsSyncSwitchOpen", L"1"},
+          {L"IsSyncSwitchFirstOpen", L"1"},
+          {L"SyncCloudFolder", L"Q:\\Sync"},
+          {L"ShowQirentDriveTray", L"1"},
+          {L"IsSyncCloudClose", L"1"},
+          {L"ShowQirentShortcut", L"1"}});
+    ASSERT_TRUE(grs::InitializeUserPropertiesFor(false));
+    auto stored = Stored();
+    for (const wchar_t* key : {L"IsSyncSwitchOpen", L"ShowQirentDriveTray", L"IsSyncCloudClose", L"ShowQirentShortcut"})
+        EXPECT_EQ(stored[key], L"0") << grs::test::Narrow(key);
+    EXPECT_EQ(stored[L"SyncCloudFolder"], L"");
+    EXPECT_FALSE(Show().ShowQirentDriveTray);
+    EXPECT_FALSE(Show().ShowQirentShortcut);
+    // The rows read before the rewrite still open the tab bar for this start.
+    EXPECT_EQ(ShowTabBar(sandbox), L"1");
+}
+
+TEST_F(UserPropsStart, SyncFunctionClosedResetsOnlyExactOnes) {
+    for (const bool open : {true, false}) {
+        SCOPED_TRACE(open);
+        ClientStandIn::SetFunctionOpen(19, open);
+        Rows rows = {{L"IsSyncSwitchOpen", L"1"}, {L"IsSyncSwitchOnceOpen", L"true"}};
+        Db::InsertUserProperties(rows);
+        EXPECT_EQ(ClientInitialize::BaseDataCloseSyncFolder(rows), !open);
+        EXPECT_EQ(rows[0].value, open ? L"1" : L"0");
+        EXPECT_EQ(rows[1].value, L"true");
+        EXPECT_EQ(Stored()[L"IsSyncSwitchOpen"], rows[0].value);
+    }
+}
+
+TEST_F(UserPropsStart, CacheInsideSyncFolderMovesAndItsThumbnailsFollow) {
+    const std::wstring hash = Wide(grs::Sha256Hex("user-1"));
+    const std::wstring sync = sandbox.Root() / L"Sync", oldCache = sync + L"\\Cache";
+    const std::wstring oldThumbs = oldCache + L"\\" + hash;
+    grs::test::CreateFolderTree(oldThumbs + L"\\SyncThumbnailFile\\a");
+    grs::test::CreateFolderTree(oldThumbs + L"\\LcdSyncThumbnailFile");
+    grs::test::CreateFolderTree(sync + L"\\Down");
+    grs::test::WriteFileBytes(oldThumbs + L"\\SyncThumbnailFile\\a\\1.jpg", "one");
+    grs::test::WriteFileBytes(oldThumbs + L"\\LcdSyncThumbnailFile\\2.jpg", "two");
+    Seed({{L"SyncCloudFolder", sync},
+          {L"CacheFolder", oldCache},
+          {L"NewDownLoadFolder", sync + L"\\Down"},
+          {L"IsUseDownloadsPath", L"0"},
+          {L"IsOpenDownloadWnd", L"0"}});
+
+    ASSERT_TRUE(ClientInitialize::InitializeUserProperties());
+    EXPECT_EQ(std::wstring(Show().CacheFolder), Profile(L"Cloud\\Cache"));
+    EXPECT_EQ(std::wstring(Show().NewDownLoadFolder), sandbox.Downloads());
+    EXPECT_EQ(Stored()[L"IsOpenDownloadWnd"], L"1");
+    EXPECT_EQ(ClientStandIn::ModPathResCalls(), std::vector<bool>{true});
+    ASSERT_TRUE(WaitForCopyEnd());
+    const std::wstring newThumbs = Profile(L"Cloud\\Cache\\") + hash;
+    EXPECT_EQ(grs::test::ReadFileBytes(newThumbs + L"\\SyncThumbnailFile\\a\\1.jpg"), "one");
+    EXPECT_EQ(grs::test::ReadFileBytes(newThumbs + L"\\LcdSyncThumbnailFile\\2.jpg"), "two");
+}
+
+TEST_F(UserPropsStart, CacheCopyTakesSmallFilesAndGoesOnAfterAFailure) {
+    const std::wstring hash = Wide(grs::Sha256Hex("user-1"));
+    const std::wstring source = sandbox.Root() / L"Old", destination = sandbox.Root() / L"New";
+    const std::wstring from = source + L"\\" + hash + L"\\SyncThumbnailFile";
+    const std::wstring to = destination + L"\\" + hash + L"\\SyncThumbnailFile";
+    constexpr int kFolders = 40, kPerFolder = 50;
+    for (int f = 0; f < kFolders; ++f) {
+        const std::wstring folder = from + L"\\" + std::to_wstring(f % 4) + L"\\" + std::to_wstring(f);
+        grs::test::CreateFolderTree(folder);
+        for (int i = 0; i < kPerFolder; ++i) grs::test::WriteFileBytes(folder + L"\\" + std::to_wstring(i), "thumb");
+    }
+    const size_t kMiB = 1024 * 1024;
+    grs::test::WriteFileBytes(from + L"\\empty", "");
+    grs::test::WriteFileBytes(from + L"\\one", "1");
+    grs::test::WriteFileBytes(from + L"\\largest", std::string(4 * kMiB - 1, 'l'));
+    grs::test::WriteFileBytes(from + L"\\too-large", std::string(4 * kMiB, 'x'));
+    grs::test::WriteFileBytes(from + L"\\covered", "new");
+    grs::test::WriteFileBytes(from + L"\\locked", "new");
+    grs::test::CreateFolderTree(to);
+    grs::test::WriteFileBytes(to + L"\\covered", "old");
+    grs::test::CreateFolderTree(to + L"\\locked");  // a folder in the file's place cannot be opened
+
+    EXPECT_FALSE(ClientInitialize::CopySyncFolderToCache(source, destination));
+    EXPECT_EQ(ClientStandIn::CacheCopyResCalls(), (std::vector<bool>{true, false}));
+    EXPECT_EQ(CountFiles(to), size_t{kFolders * kPerFolder + 3});
+    EXPECT_FALSE(grs::test::FileExists(to + L"\\empty"));
+    EXPECT_FALSE(grs::test::FileExists(to + L"\\too-large"));
+    EXPECT_EQ(grs::test::ReadFileBytes(to + L"\\largest").size(), 4 * kMiB - 1);
+    EXPECT_EQ(grs::test::ReadFileBytes(to + L"\\covered"), "new");
+    EXPECT_TRUE(grs::test::HasLogLine("ClientInitialize::CopyCacheFile", 5, to + L"\\locked Create File Fail"));
+    EXPECT_TRUE(grs::test::HasLogLine("ClientInitialize::CopyCacheFile", 2,
+                                      L"CopySyncFolderToCache" + to + L"\\covered to be covered"));
+}
+
+}  // namespace

@@ -1,0 +1,150 @@
+// Where downloads go, where the sync cloud folder is placed on a fresh
+// installation, and the move of the old single download-folder row to the
+// "NewDownLoadFolder" / "IsUseDownloadsPath" pair.
+#include <windows.h>
+
+#include "core/PathUtil.h"
+#include "core/TextUtil.h"
+#include "core/collaborators/GlobalParamWrapper.h"
+#include "userprops/UserPropertyRules.h"
+
+namespace {
+
+namespace Db = PropertyDb::MainDatabaseProvider;
+
+bool IsAbsent(const wchar_t* key) {
+    return Db::GetUserPropertieByKey(key).empty();
+}
+
+void InsertRow(std::vector<PropertyDb::UserProperties>& rows, const std::wstring& key, const std::wstring& value) {
+    Db::InsertUserProperties(key, value);
+    rows.push_back({key, value});
+}
+
+// Inserts the row when the database lacks it, otherwise changes it in place.
+void SetRow(std::vector<PropertyDb::UserProperties>& rows, const wchar_t* key, const wchar_t* value) {
+    if (IsAbsent(key)) {
+        InsertRow(rows, key, value);
+    } else {
+        ClientInitialize::ModifyProValue(rows, key, value);
+    }
+}
+
+// The long form of an existing folder; empty when the folder does not exist.
+std::wstring LongFormOrEmpty(const std::wstring& path) {
+    wchar_t buffer[MAX_PATH] = {};
+    if (::GetLongPathNameW(path.c_str(), buffer, MAX_PATH) >= MAX_PATH) return std::wstring();
+    return std::wstring(buffer);
+}
+
+std::wstring SystemDriveRoot() {
+    wchar_t buffer[MAX_PATH] = {};
+    const DWORD length = ::GetEnvironmentVariableW(L"systemdrive", buffer, MAX_PATH);
+    return (length < MAX_PATH ? std::wstring(buffer) : std::wstring()) + L"\\";
+}
+
+void InsertDefaultNewDownloadFolder(std::vector<PropertyDb::UserProperties>& rows, st_UserPropertiesShow* show) {
+    ClientInitialize::SetDefaultDownloadsPath(show);
+    InsertRow(rows, L"NewDownLoadFolder",
+              show != nullptr ? grs::FieldText(show->NewDownLoadFolder) : grs::DefaultDownloadsFolder());
+}
+
+}  // namespace
+
+namespace grs {
+
+std::wstring DefaultDownloadsFolder() {
+    const std::wstring downloads = GlobalParamWrapper::GetInstance()->GetUserDownloadsPath();
+    return downloads.empty() ? ProfileCloudFolder(L"Downloads") : downloads;
+}
+
+std::vector<st_DriveInfo> EnumerateDrives() {
+    std::vector<st_DriveInfo> drives;
+    wchar_t list[MAX_PATH] = {};
+    const DWORD length = ::GetLogicalDriveStringsW(MAX_PATH - 1, list);
+    if (length == 0 || length > MAX_PATH - 1) return drives;
+    // An empty card reader must fail quietly, not raise a "no disk" box.
+    DWORD previousMode = 0;
+    const BOOL modeSet = ::SetThreadErrorMode(SEM_FAILCRITICALERRORS, &previousMode);
+    for (const wchar_t* root = list; *root != L'\0'; root += wcslen(root) + 1) {
+        ULARGE_INTEGER totalFree = {};
+        if (!::GetDiskFreeSpaceExW(root, nullptr, nullptr, &totalFree)) continue;
+        st_DriveInfo drive = {};
+        drive.freeBytes = totalFree.QuadPart;
+        drive.driveType = ::GetDriveTypeW(root);
+        CopyToField(drive.root, root);
+        drives.push_back(drive);
+    }
+    if (modeSet) ::SetThreadErrorMode(previousMode, nullptr);
+    return drives;
+}
+
+}  // namespace grs
+
+void ClientInitialize::SetDefaultDownloadsPath(st_UserPropertiesShow* properties) {
+    grs::Guarded(__LINE__, "ClientInitialize::SetDefaultDownloadsPath", [&] {
+        if (properties == nullptr) return;
+        grs::CopyToField(properties->NewDownLoadFolder, grs::DefaultDownloadsFolder());
+    });
+}
+
+void ClientInitialize::SortDrive(std::vector<st_DriveInfo>& sorted, const std::vector<st_DriveInfo>& drives,
+                                 const std::wstring& systemDriveRoot) {
+    grs::Guarded(__LINE__, "ClientInitialize::SortDrive", [&] {
+        // Built aside so that `sorted` may be the input itself.
+        std::vector<st_DriveInfo> result;
+        const st_DriveInfo* systemDrive = nullptr;
+        for (const st_DriveInfo& drive : drives) {
+            if (grs::DriveRoot(drive) != systemDriveRoot) {
+                result.push_back(drive);
+            } else if (systemDrive == nullptr) {
+                systemDrive = &drive;
+            }
+        }
+        if (systemDrive != nullptr) result.push_back(*systemDrive);
+        sorted.swap(result);
+    });
+}
+
+std::wstring ClientInitialize::GetSyncCloudFolder() {
+    std::wstring result;
+    grs::Guarded(__LINE__, "ClientInitialize::GetSyncCloudFolder", [&] {
+        const grs::DriveProbe probe{
+            [](const std::wstring& root) { return grs::PathExists(root); },
+            [](const std::wstring& root) { return static_cast<unsigned long>(::GetFileAttributesW(root.c_str())); }};
+        result = grs::ChooseSyncCloudFolder(grs::EnumerateDrives(), SystemDriveRoot(),
+                                            GlobalParamWrapper::GetInstance()->GetUserProfilePath(), probe);
+    });
+    return result;
+}
+
+void ClientInitialize::UpdateNewDownloadPathValue(std::vector<PropertyDb::UserProperties>& properties,
+                                                  st_UserPropertiesShow* show) {
+    grs::Guarded(__LINE__, "ClientInitialize::UpdateNewDownloadPathValue", [&] {
+        const std::wstring oldFolder = Db::GetUserPropertieByKey(L"DownLoadFolder");
+        if (oldFolder.empty()) {
+            if (IsAbsent(L"IsUseDownloadsPath")) InsertRow(properties, L"IsUseDownloadsPath", L"1");
+            // A user who follows the default folder gets it recomputed at every start.
+            if (IsAbsent(L"NewDownLoadFolder") || Db::GetUserPropertieByKey(L"IsUseDownloadsPath") == L"1") {
+                InsertDefaultNewDownloadFolder(properties, show);
+            }
+            ModifyProValue(properties, L"DownLoadFolder", L"");
+            if (IsAbsent(L"IsOpenDownloadWnd")) InsertRow(properties, L"IsOpenDownloadWnd", L"1");
+            return;
+        }
+
+        const std::wstring longOld = LongFormOrEmpty(oldFolder);
+        const bool isDefault = longOld == LongFormOrEmpty(grs::ProfileCloudFolder(L"Downloads")) ||
+                               longOld == GlobalParamWrapper::GetInstance()->GetUserDownloadsPath();
+        if (isDefault) {
+            if (IsAbsent(L"NewDownLoadFolder")) InsertDefaultNewDownloadFolder(properties, show);
+            SetRow(properties, L"IsUseDownloadsPath", L"1");
+        } else {
+            if (IsAbsent(L"NewDownLoadFolder")) InsertRow(properties, L"NewDownLoadFolder", oldFolder);
+            SetRow(properties, L"IsUseDownloadsPath", L"0");
+        }
+        SetRow(properties, L"IsOpenDownloadWnd", L"1");
+        // Emptied in memory and in the database, so the migration runs once.
+        ModifyProValue(properties, L"DownLoadFolder", L"");
+    });
+}

@@ -1,0 +1,206 @@
+// Closing the sync folder for accounts without the sync function, moving the
+// cache and download folders out of the sync cloud folder, and the background
+// copy of the thumbnail caches to the new cache folder.
+#include <windows.h>
+
+#include <thread>
+
+#include "core/PathUtil.h"
+#include "core/TextUtil.h"
+#include "core/UniqueResource.h"
+#include "core/collaborators/GlobalParamWrapper.h"
+#include "userprops/UserPropertyRules.h"
+
+namespace {
+
+namespace Db = PropertyDb::MainDatabaseProvider;
+
+constexpr const char* kCheckPath = "ClientInitialize::CheckPathInSyncFolder";
+constexpr const char* kCopyToCache = "ClientInitialize::CopySyncFolderToCache";
+constexpr const char* kCheckCacheFile = "ClientInitialize::CheckCacheFile";
+constexpr const char* kCopyCacheFile = "ClientInitialize::CopyCacheFile";
+
+void StartCacheCopy(const std::wstring& source, const std::wstring& destination) {
+    try {
+        // The thread owns copies of both paths; it never sees the rows.
+        std::thread([source, destination] { ClientInitialize::CopySyncFolderToCache(source, destination); }).detach();
+    } catch (const std::exception& e) {
+        grs::log::Exception(__LINE__, kCheckPath, e.what());
+    }
+}
+
+}  // namespace
+
+namespace grs {
+
+unsigned long long GetFileSizeByPath(const std::wstring& path) {
+    UniqueFile file(::CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                                  OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr));
+    if (!file) return 0;
+    LARGE_INTEGER size = {};
+    if (!::GetFileSizeEx(file.get(), &size) || size.QuadPart < 0) return 0;
+    return static_cast<unsigned long long>(size.QuadPart);
+}
+
+bool CreateFolderTree(const std::wstring& folder) {
+    if (folder.empty()) return false;
+    // Parents first; their failures (a drive root, a share name) do not matter,
+    // only whether the folder itself ends up existing.
+    for (size_t slash = folder.find_first_of(L"\\/", 1); slash != std::wstring::npos;
+         slash = folder.find_first_of(L"\\/", slash + 1)) {
+        ::CreateDirectoryW(folder.substr(0, slash).c_str(), nullptr);
+    }
+    if (::CreateDirectoryW(folder.c_str(), nullptr)) return true;
+    const DWORD attributes = ::GetFileAttributesW(folder.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+}  // namespace grs
+
+bool ClientInitialize::BaseDataCloseSyncFolder(std::vector<PropertyDb::UserProperties>& properties) {
+    constexpr const char* kFunction = "ClientInitialize::BaseDataCloseSyncFolder";
+    return grs::Guarded(__LINE__, kFunction, true, [&] {
+        GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
+        grs::log::Info(__LINE__, kFunction, "Get User Grade Code is " + store->GetUserGradeCode());
+        if (store->CheckFunctionOpen(NewBusinessSyncFunction)) return false;
+        for (PropertyDb::UserProperties& row : properties) {
+            if (row.value != L"1") continue;
+            if (row.key == L"IsSyncSwitchOpen") {
+                grs::log::Info(__LINE__, kFunction, L"Base data service update IsSyncSwitchOpen");
+            } else if (row.key == L"IsSyncSwitchOnceOpen") {
+                grs::log::Info(__LINE__, kFunction, L"Base data service update IsSyncSwitchOnceOpen");
+            } else {
+                continue;
+            }
+            row.value = L"0";
+            Db::UpdateUserProperties(row.key, row.value);
+        }
+        return true;
+    });
+}
+
+bool ClientInitialize::CheckPathInSyncFolder(std::vector<PropertyDb::UserProperties>& properties) {
+    return grs::Guarded(__LINE__, kCheckPath, false, [&] {
+        grs::log::Info(__LINE__, kCheckPath, L"CopySyncFolderToCache check start");
+        std::wstring syncPath;
+        for (const PropertyDb::UserProperties& row : properties) {
+            if (row.key == L"SyncCloudFolder") {
+                syncPath = grs::ToLongPath(row.value);
+                break;
+            }
+        }
+        if (syncPath.empty()) {
+            grs::log::Info(__LINE__, kCheckPath, L"CopySyncFolderToCache syncCloudPath empty");
+            return false;
+        }
+        syncPath += L'\\';
+
+        bool moved = false;
+        for (PropertyDb::UserProperties& row : properties) {
+            const bool isCache = row.key == L"CacheFolder";
+            const bool isDownload = row.key == L"NewDownLoadFolder" || row.key == L"DownLoadFolder";
+            if (!(isCache || isDownload) || !grs::LiesInSyncFolder(grs::ToLongPath(row.value), syncPath)) continue;
+            if (isCache) {
+                grs::log::Info(__LINE__, kCheckPath, L"CopySyncFolderToCache update CacheFolder path");
+                const std::wstring oldCache = row.value;
+                row.value = grs::ProfileCloudFolder(L"Cache");
+                Db::UpdateUserProperties(L"CacheFolder", row.value);
+                grs::log::Info(__LINE__, kCheckPath, L"CopySyncFolderToCache update CacheFolder path = " + row.value);
+                StartCacheCopy(oldCache, row.value);
+            } else {
+                row.value = grs::DefaultDownloadsFolder();
+                // The new key even for an old-style row.
+                Db::UpdateUserProperties(L"NewDownLoadFolder", row.value);
+                Db::UpdateUserProperties(L"IsOpenDownloadWnd", L"1");
+                grs::log::Info(__LINE__, kCheckPath, L"CopySyncFolderToCache update downloadPath = " + row.value);
+            }
+            moved = true;
+        }
+
+        if (moved) {
+            GlobalParamWrapper::GetInstance()->SetModPathRes(true);
+            properties = Db::GetAllUserProperties();
+        }
+        grs::log::Info(__LINE__, kCheckPath, L"CopySyncFolderToCache check end");
+        return moved;
+    });
+}
+
+bool ClientInitialize::CopySyncFolderToCache(const std::wstring& sourceFolder, const std::wstring& destinationFolder) {
+    GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
+    grs::Guarded(__LINE__, kCopyToCache, [&] {
+        store->SettCacheCopyRes(true);
+        const std::string utf8Hash = grs::CurrentUserHash();
+        const std::wstring hash(utf8Hash.begin(), utf8Hash.end());
+        const std::wstring sourceRoot = sourceFolder + L"\\" + hash;
+        const std::wstring destinationRoot = destinationFolder + L"\\" + hash;
+        grs::log::Info(__LINE__, kCopyToCache, L"CopySyncFolderToCache start copy SyncThumbnailFile");
+        CheckCacheFile(sourceRoot + L"\\SyncThumbnailFile", destinationRoot + L"\\SyncThumbnailFile");
+        grs::log::Info(__LINE__, kCopyToCache, L"CopySyncFolderToCache start copy LcdSyncThumbnailFile");
+        CheckCacheFile(sourceRoot + L"\\LcdSyncThumbnailFile", destinationRoot + L"\\LcdSyncThumbnailFile");
+    });
+    // The end is reported on every path: the client waits for it.
+    grs::Guarded(__LINE__, kCopyToCache, [&] {
+        store->SettCacheCopyRes(false);
+        grs::log::Info(__LINE__, kCopyToCache, L"CopySyncFolderToCache end copy");
+    });
+    return false;
+}
+
+bool ClientInitialize::CheckCacheFile(const std::wstring& sourceFolder, std::wstring destinationFolder) {
+    return grs::Guarded(__LINE__, kCheckCacheFile, true, [&] {
+        grs::log::Info(
+            __LINE__, kCheckCacheFile,
+            L"CopySyncFolderToCache CheckCacheFile srcPath = " + sourceFolder + L" destPath = " + destinationFolder);
+        grs::CreateFolderTree(destinationFolder);
+        WIN32_FIND_DATAW entry = {};
+        grs::UniqueFind find(::FindFirstFileW((sourceFolder + L"\\*").c_str(), &entry));
+        if (!find) return true;
+        do {
+            const std::wstring name = entry.cFileName;
+            const std::wstring source = sourceFolder + L"\\" + name;
+            const std::wstring destination = destinationFolder + L"\\" + name;
+            if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+                CopyCacheFile(source, destination);
+            } else if (name != L"." && name != L".." && (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
+                // Linked folders are not followed: a link back up the tree
+                // would never end, and cloud folders hold no local content.
+                CheckCacheFile(source, destination);
+            }
+        } while (::FindNextFileW(find.get(), &entry));
+        return true;
+    });
+}
+
+bool ClientInitialize::CopyCacheFile(const std::wstring& sourceFile, const std::wstring& destinationFile) {
+    return grs::Guarded(__LINE__, kCopyCacheFile, false, [&] {
+        if (grs::IsCloudPlaceholder(sourceFile)) {
+            grs::log::Info(__LINE__, kCopyCacheFile,
+                           L"CopySyncFolderToCache CopyCacheFile IsPlaceholder srcPath = " + sourceFile);
+            return false;
+        }
+        grs::log::Info(
+            __LINE__, kCopyCacheFile,
+            L"CopySyncFolderToCache CopyCacheFile srcPath = " + sourceFile + L" destPath = " + destinationFile);
+        if (!grs::IsCopiedCacheSize(grs::GetFileSizeByPath(sourceFile))) return true;
+        if (::GetFileAttributesW(destinationFile.c_str()) != INVALID_FILE_ATTRIBUTES) {
+            grs::log::Info(__LINE__, kCopyCacheFile, L"CopySyncFolderToCache" + destinationFile + L" to be covered");
+        }
+        {
+            grs::UniqueFile created(::CreateFileW(destinationFile.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                                  FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, FILE_FLAG_OVERLAPPED,
+                                                  nullptr));
+            if (!created) {
+                grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Create File Fail");
+                return true;
+            }
+        }
+        if (!::CopyFileW(sourceFile.c_str(), destinationFile.c_str(), FALSE)) {
+            grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Copy File Fail");
+            return false;
+        }
+        grs::log::Info(__LINE__, kCopyCacheFile,
+                       L"CopySyncFolderToCache COPYSUCCESS = " + sourceFile + L" destPath = " + destinationFile);
+        return true;
+    });
+}

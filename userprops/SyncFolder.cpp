@@ -130,8 +130,7 @@ bool ClientInitialize::CopySyncFolderToCache(const std::wstring& sourceFolder, c
     GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
     grs::Guarded(__LINE__, kCopyToCache, [&] {
         store->SettCacheCopyRes(true);
-        const std::string utf8Hash = grs::CurrentUserHash();
-        const std::wstring hash(utf8Hash.begin(), utf8Hash.end());
+        const std::wstring hash = grs::CurrentUserHash();
         const std::wstring sourceRoot = sourceFolder + L"\\" + hash;
         const std::wstring destinationRoot = destinationFolder + L"\\" + hash;
         grs::log::Info(__LINE__, kCopyToCache, L"CopySyncFolderToCache start copy SyncThumbnailFile");

@@ -2,6 +2,8 @@
 // into the parameter store's records and saved back.
 #include <windows.h>
 
+#include <mutex>
+
 #include "core/HashUtil.h"
 #include "core/PathUtil.h"
 #include "core/TextUtil.h"
@@ -38,8 +40,9 @@ bool IsWin10Build16299OrLater() {
     return IsWin10Build16299OrLater(version.dwPlatformId, version.dwMajorVersion, version.dwBuildNumber);
 }
 
-std::string CurrentUserHash() {
-    return Sha256Hex(WideToUtf8(AccountSession::GetInstance()->GetCurrentUserID()));
+std::wstring CurrentUserHash() {
+    const std::string hash = Sha256Hex(WideToUtf8(AccountSession::GetInstance()->GetCurrentUserID()));
+    return std::wstring(hash.begin(), hash.end());  // hexadecimal digits only
 }
 
 std::wstring ProfileCloudFolder(const std::wstring& leaf) {
@@ -101,19 +104,26 @@ bool InitializeUserPropertiesFor(bool modernWindows) {
     RepairThreadCount(show->DownloadThreadCount, L"DownloadThreadCount");
     RepairThreadCount(show->UploadThreadCount, L"UploadThreadCount");
 
-    const std::string hash = CurrentUserHash();
-    const std::wstring wideHash(hash.begin(), hash.end());  // hexadecimal digits only
-    if (!CopyToField(show->UserCacheFolder, FieldText(show->CacheFolder) + L"\\" + wideHash)) return false;
-    ConfigEntityManager::GetInstance()->saveCacheDir(wideHash, FieldText(show->UserCacheFolder));
+    const std::wstring hash = CurrentUserHash();
+    if (!CopyToField(show->UserCacheFolder, FieldText(show->CacheFolder) + L"\\" + hash)) return false;
+    ConfigEntityManager::GetInstance()->saveCacheDir(hash, FieldText(show->UserCacheFolder));
 
     ClientInitialize::GetSettings();
     ClientInitialize::InstallUpgradeLog();
 
-    const std::wstring settingFile = store->GetAppDataLocalPath() + L"\\Setting.ini";
-    const bool showTabBar = show->IsSyncSwitchFirstOpen != 0 && show->IsSyncSwitchOpen;
-    if (!::WritePrivateProfileStringW(L"Setting", L"ShowTabBar", showTabBar ? L"1" : L"0", settingFile.c_str())) {
-        log::Error(__LINE__, kInitialize,
-                   L"TabMainWnd\uFF1ASet ShowTabBar error code " + std::to_wstring(::GetLastError()));
+    {
+        // Same lock and attribute handling as every other change of "Setting.ini".
+        std::lock_guard<std::mutex> lock(settings::SettingsLock());
+        const std::wstring settingFile = settings::SettingFilePath();
+        const bool showTabBar = show->IsSyncSwitchFirstOpen != 0 && show->IsSyncSwitchOpen;
+        settings::MarkChanging(settingFile);
+        const BOOL written =
+            ::WritePrivateProfileStringW(L"Setting", L"ShowTabBar", showTabBar ? L"1" : L"0", settingFile.c_str());
+        const DWORD error = ::GetLastError();
+        settings::MarkAtRest(settingFile);
+        if (!written) {
+            log::Error(__LINE__, kInitialize, L"TabMainWnd\uFF1ASet ShowTabBar error code " + std::to_wstring(error));
+        }
     }
     return true;
 }

@@ -82,10 +82,6 @@ constexpr ValueReading kStream = ValueReading::Stream;
 
 }  // namespace
 
-std::wstring FieldText(const wchar_t (&field)[256]) {
-    return std::wstring(field, wcsnlen(field, 256));
-}
-
 const std::vector<PropertyField>& PropertyFields() {
     static const std::vector<PropertyField> fields = {
         {L"CacheFolder", &U::CacheFolder, kStream, nullptr},

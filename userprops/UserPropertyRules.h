@@ -12,6 +12,7 @@
 
 #include "core/Log.h"
 #include "settings/ClientInitialize.h"
+#include "settings/SettingsFiles.h"
 
 namespace grs {
 
@@ -42,8 +43,7 @@ void Guarded(int line, const char* function, Body&& body) noexcept {
 }
 
 // --- Property rows ---------------------------------------------------------
-// The text of a fixed field, bounded even if no terminator was written.
-std::wstring FieldText(const wchar_t (&field)[256]);
+using settings::FieldText;
 
 using ShowText = wchar_t (st_UserPropertiesShow::*)[256];
 using ShowInt = int st_UserPropertiesShow::*;
@@ -129,6 +129,6 @@ unsigned long long GetFileSizeByPath(const std::wstring& path);
 bool CreateFolderTree(const std::wstring& folder);
 
 // SHA-256 hex of the current user id's UTF-8 form: the per-user folder name.
-std::string CurrentUserHash();
+std::wstring CurrentUserHash();
 
 }  // namespace grs

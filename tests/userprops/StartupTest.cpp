@@ -18,8 +18,9 @@ using ClientStandIn::Text;
 using Rows = std::vector<PropertyDb::UserProperties>;
 namespace Db = PropertyDb::MainDatabaseProvider;
 
-std::wstring Wide(const std::string& ascii) {
-    return std::wstring(ascii.begin(), ascii.end());
+std::wstring Hash(const char* utf8Id) {
+    const std::string hash = grs::Sha256Hex(utf8Id);
+    return std::wstring(hash.begin(), hash.end());
 }
 
 std::map<std::wstring, std::wstring> Stored() {
@@ -54,22 +55,6 @@ bool WaitForCopyEnd() {
     return false;
 }
 
-size_t CountFiles(const std::wstring& folder) {
-    size_t count = 0;
-    WIN32_FIND_DATAW entry;
-    HANDLE find = ::FindFirstFileW((folder + L"\\*").c_str(), &entry);
-    if (find == INVALID_HANDLE_VALUE) return 0;
-    do {
-        const std::wstring name = entry.cFileName;
-        if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
-            ++count;
-        else if (name != L"." && name != L"..")
-            count += CountFiles(folder + L"\\" + name);
-    } while (::FindNextFileW(find, &entry));
-    ::FindClose(find);
-    return count;
-}
-
 class UserPropsStart : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -89,7 +74,7 @@ TEST_F(UserPropsStart, FirstStartSavesEveryRowAndALaterStartKeepsThem) {
     EXPECT_EQ(sync.substr(sync.size() - 12), L"Qirent Drive");
     EXPECT_EQ(std::wstring(Show().CacheFolder), Profile(L"Cloud\\Cache"));
     EXPECT_EQ(std::wstring(Show().NewDownLoadFolder), sandbox.Downloads());
-    const std::wstring hash = Wide(grs::Sha256Hex("user-1"));
+    const std::wstring hash = Hash("user-1");
     EXPECT_EQ(std::wstring(Show().UserCacheFolder), Profile(L"Cloud\\Cache\\") + hash);
     EXPECT_EQ(ClientStandIn::SavedCacheDirs(), (std::vector<std::wstring>{hash, Show().UserCacheFolder}));
     EXPECT_EQ(ShowTabBar(sandbox), L"0");
@@ -98,12 +83,13 @@ TEST_F(UserPropsStart, FirstStartSavesEveryRowAndALaterStartKeepsThem) {
     EXPECT_EQ(stored.size(), 43u);
     EXPECT_EQ(stored[L"SyncCloudFolder"], sync);
     EXPECT_EQ(stored[L"DownloadThreadCount"], L"5");
-    EXPECT_EQ(stored[L"IsFirstQuit"], L"1");
-    EXPECT_EQ(stored[L"driveSortType"], L"2");
 
     ClientStandIn::CloseDatabase();
+    GlobalParamWrapper::GetInstance()->GetUserInfo()->IsAutoLogin = true;
+    stored[L"IsAutoLogin"] = L"1";
     ASSERT_TRUE(ClientInitialize::InitializeUserProperties());
     EXPECT_EQ(Stored(), stored);
+    EXPECT_TRUE(Show().IsAutoLogin);
     EXPECT_EQ(std::wstring(Show().SyncCloudFolder), sync);
 }
 
@@ -119,12 +105,12 @@ TEST_F(UserPropsStart, DownloadRowsMigrate) {
         {"own folder", {{L"DownLoadFolder", mine}}, false, mine, L"0"},
         {"default folder", {{L"DownLoadFolder", Profile(L"Cloud\\Downloads")}}, true, sandbox.Downloads(), L"1"},
         {"neither exists", {{L"DownLoadFolder", L"Q:\\gone"}}, false, sandbox.Downloads(), L"1"},
-        {"follows default",
-         {{L"NewDownLoadFolder", L"Q:\\old"}, {L"IsUseDownloadsPath", L"1"}},
+        {"default",
+         {{L"NewDownLoadFolder", L"Q:\\o"}, {L"IsUseDownloadsPath", L"1"}},
          false,
          sandbox.Downloads(),
          L"1"},
-        {"keeps own", {{L"NewDownLoadFolder", mine}, {L"IsUseDownloadsPath", L"0"}}, false, mine, L"0"},
+        {"own", {{L"NewDownLoadFolder", mine}, {L"IsUseDownloadsPath", L"0"}}, false, mine, L"0"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -140,70 +126,36 @@ TEST_F(UserPropsStart, DownloadRowsMigrate) {
         EXPECT_EQ(stored[L"IsUseDownloadsPath"], c.useDownloads);
         EXPECT_EQ(stored[L"DownLoadFolder"], L"");
         EXPECT_EQ(std::wstring(Show().NewDownLoadFolder), c.newFolder);
-        EXPECT_EQ(Show().IsUseDownloadsPath, c.useDownloads == L"1");
-        EXPECT_EQ(Show().DownLoadFolder[0], L'\0');
         // Only an old-style folder forces the download window back on.
         EXPECT_EQ(stored[L"IsOpenDownloadWnd"], c.rows[0].key == L"DownLoadFolder" ? L"1" : L"0");
     }
 }
 
 TEST_F(UserPropsStart, RepairsAndBadRows) {
-    const std::wstring tooLong(256, L'x');
     const struct {
-        const char* name;
-        const wchar_t* userId;
-        const char* utf8Id;
         Rows rows;
         bool result;
         int downloads, uploads;
     } cases[] = {
-        {"zero and eleven",
-         L"user-1",
-         "user-1",
-         {{L"DownloadThreadCount", L"0"}, {L"UploadThreadCount", L"11"}},
-         true,
-         5,
-         5},
-        {"unreadable",
-         L"user-1",
-         "user-1",
-         {{L"DownloadThreadCount", L"abc"}, {L"UploadThreadCount", L"99999999999"}},
-         true,
-         5,
-         5},
-        {"in range", L"user-1", "user-1", {{L"DownloadThreadCount", L"10"}, {L"UploadThreadCount", L"1"}}, true, 10, 1},
-        {"too long values",
-         L"\u7528\u6237\u00fc",
-         "\xe7\x94\xa8\xe6\x88\xb7\xc3\xbc",
-         {{L"DownloadThreadCount", L"3"}, {L"SyncCloudFolder", tooLong}, {L"WarningText", tooLong}, {L"Unknown", L"1"}},
-         true,
-         3,
-         5},
-        {"cache folder leaves no room",
-         L"user-1",
-         "user-1",
-         {{L"DownloadThreadCount", L"3"}, {L"CacheFolder", std::wstring(255, L'c')}},
-         false,
-         3,
-         5},
+        {{{L"DownloadThreadCount", L"0"}, {L"UploadThreadCount", L"11"}}, true, 5, 5},
+        {{{L"DownloadThreadCount", L"abc"}, {L"UploadThreadCount", L"99999999999"}}, true, 5, 5},
+        {{{L"DownloadThreadCount", L"10"}, {L"SyncCloudFolder", std::wstring(256, L's')}, {L"?", L"1"}}, true, 10, 5},
+        {{{L"UploadThreadCount", L"1"}, {L"CacheFolder", std::wstring(255, L'c')}}, false, 5, 1},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        ClientStandIn::SetText(Text::CurrentUserID, c.userId);
+        SCOPED_TRACE(grs::test::Narrow(c.rows[0].value));
         Db::DeleteAllUserProperties();
         Seed(c.rows);
-        ClientStandIn::ClearLogLines();
         EXPECT_EQ(ClientInitialize::InitializeUserProperties(), c.result);
         EXPECT_EQ(Show().DownloadThreadCount, c.downloads);
         EXPECT_EQ(Show().UploadThreadCount, c.uploads);
-        auto stored = Stored();
-        EXPECT_EQ(stored[L"DownloadThreadCount"], std::to_wstring(c.downloads));
-        if (stored.count(L"UploadThreadCount")) EXPECT_EQ(stored[L"UploadThreadCount"], std::to_wstring(c.uploads));
-        if (c.result) {
-            EXPECT_EQ(ClientStandIn::SavedCacheDirs().back(),
-                      std::wstring(Show().CacheFolder) + L"\\" + Wide(grs::Sha256Hex(c.utf8Id)));
-        }
+        EXPECT_EQ(Stored()[c.rows[0].key], std::to_wstring(c.rows[0].key[0] == L'D' ? c.downloads : c.uploads));
     }
+    // A new user with a non-ASCII id: first start, folder named after the UTF-8 form.
+    ClientStandIn::SetText(Text::CurrentUserID, L"\u7528\u6237\u00fc");
+    ASSERT_TRUE(ClientInitialize::InitializeUserProperties());
+    EXPECT_EQ(ClientStandIn::SavedCacheDirs().back(),
+              Profile(L"Cloud\\Cache\\") + Hash("\xe7\x94\xa8\xe6\x88\xb7\xc3\xbc"));
 }
 
 TEST_F(UserPropsStart, OldWindowsSwitchesSyncOffInTheDatabase) {
@@ -239,7 +191,7 @@ TEST_F(UserPropsStart, SyncFunctionClosedResetsOnlyExactOnes) {
 }
 
 TEST_F(UserPropsStart, CacheInsideSyncFolderMovesAndItsThumbnailsFollow) {
-    const std::wstring hash = Wide(grs::Sha256Hex("user-1"));
+    const std::wstring hash = Hash("user-1");
     const std::wstring sync = sandbox.Root() / L"Sync", oldCache = sync + L"\\Cache";
     const std::wstring oldThumbs = oldCache + L"\\" + hash;
     grs::test::CreateFolderTree(oldThumbs + L"\\SyncThumbnailFile\\a");
@@ -265,7 +217,7 @@ TEST_F(UserPropsStart, CacheInsideSyncFolderMovesAndItsThumbnailsFollow) {
 }
 
 TEST_F(UserPropsStart, CacheCopyTakesSmallFilesAndGoesOnAfterAFailure) {
-    const std::wstring hash = Wide(grs::Sha256Hex("user-1"));
+    const std::wstring hash = Hash("user-1");
     const std::wstring source = sandbox.Root() / L"Old", destination = sandbox.Root() / L"New";
     const std::wstring from = source + L"\\" + hash + L"\\SyncThumbnailFile";
     const std::wstring to = destination + L"\\" + hash + L"\\SyncThumbnailFile";
@@ -288,14 +240,14 @@ TEST_F(UserPropsStart, CacheCopyTakesSmallFilesAndGoesOnAfterAFailure) {
 
     EXPECT_FALSE(ClientInitialize::CopySyncFolderToCache(source, destination));
     EXPECT_EQ(ClientStandIn::CacheCopyResCalls(), (std::vector<bool>{true, false}));
-    EXPECT_EQ(CountFiles(to), size_t{kFolders * kPerFolder + 3});
+    for (int f = 0; f < kFolders; ++f)
+        EXPECT_EQ(grs::test::ReadFileBytes(to + L"\\" + std::to_wstring(f % 4) + L"\\" + std::to_wstring(f) + L"\\49"),
+                  "thumb");
     EXPECT_FALSE(grs::test::FileExists(to + L"\\empty"));
     EXPECT_FALSE(grs::test::FileExists(to + L"\\too-large"));
     EXPECT_EQ(grs::test::ReadFileBytes(to + L"\\largest").size(), 4 * kMiB - 1);
     EXPECT_EQ(grs::test::ReadFileBytes(to + L"\\covered"), "new");
     EXPECT_TRUE(grs::test::HasLogLine("ClientInitialize::CopyCacheFile", 5, to + L"\\locked Create File Fail"));
-    EXPECT_TRUE(grs::test::HasLogLine("ClientInitialize::CopyCacheFile", 2,
-                                      L"CopySyncFolderToCache" + to + L"\\covered to be covered"));
 }
 
 }  // namespace

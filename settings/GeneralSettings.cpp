@@ -1,13 +1,7 @@
 // "Setting.ini": completed at start without overwriting, read into the user
 // property record, written back from it.
-#include <windows.h>
-
-#include <exception>
 #include <string>
 
-#include "core/IniFile.h"
-#include "core/Log.h"
-#include "core/PathUtil.h"
 #include "core/TextUtil.h"
 #include "core/collaborators/GlobalParamWrapper.h"
 #include "settings/ClientInitialize.h"
@@ -21,7 +15,7 @@ namespace {
 // carries it, whatever an older "Setting.ini" says.
 constexpr char kClientVersion[] = "17.0.0.300";
 
-// The spellings the client has written for "yes" over the years.
+// The spellings of "on" the file may hold.
 bool IsAutoCheckUpdateOn(const std::wstring& text) {
     for (const wchar_t* accepted : {L"true", L"TRUE", L"1", L"True"})
         if (text == accepted) return true;
@@ -47,7 +41,7 @@ void ReconcileAutoStart(CIniFileW& ini, st_UserPropertiesShow& show, const std::
     } else if (autoStart == L"1") {
         grs::log::Info(__LINE__, kTag, L"isAutoStartUp == 1");
         show.IsAutoStartUp = 1;
-        // Rewritten every start so that a moved executable is found again.
+        // Re-established at every start from the file's choice.
         ClientInitialize::RegisterStartingIsOpen(true);
     } else {
         grs::log::Info(__LINE__, kTag, L"isAutoStartUp != 1");
@@ -63,19 +57,13 @@ std::wstring ClientInitialize::GetProgramBits() {
 }
 
 void ClientInitialize::WriteSettingFile(CIniFileW& ini, std::wstring key, std::wstring value) {
-    try {
-        if (!Read(ini, key.c_str()).empty()) return;
-        grs::settings::SetValue(ini, kSettingSection, key, value);
-    } catch (const std::exception& e) {
-        grs::log::Exception(__LINE__, "ClientInitialize::WriteSettingFile", e.what());
-    } catch (...) {
-        grs::log::Exception(__LINE__, "ClientInitialize::WriteSettingFile", nullptr);
-    }
+    grs::settings::Guarded(__LINE__, "ClientInitialize::WriteSettingFile", [&] {
+        if (Read(ini, key.c_str()).empty()) grs::settings::SetValue(ini, kSettingSection, key, value);
+    });
 }
 
 void ClientInitialize::CreateSettingFile(std::wstring version) {
-    constexpr char kTag[] = "ClientInitialize::CreateSettingFile";
-    try {
+    grs::settings::Guarded(__LINE__, "ClientInitialize::CreateSettingFile", [&version] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         const std::wstring path = grs::settings::SettingFilePath();
         if (path.empty()) return;
@@ -98,100 +86,75 @@ void ClientInitialize::CreateSettingFile(std::wstring version) {
         WriteSettingFile(ini, L"IsOpenSyncGuide", L"0");
         WriteSettingFile(ini, L"DmpUploadUrl", store.GetDmpUploadUrl());
         WriteSettingFile(ini, L"LogPingUrl", store.GetLogPingUrl());
-        grs::log::Info(__LINE__, kTag, L"CreateSettingFile::Set IsGuidRun Value");
+        grs::log::Info(__LINE__, "ClientInitialize::CreateSettingFile", L"CreateSettingFile::Set IsGuidRun Value");
 
         ini.Save(path);
         grs::settings::MarkAtRest(path);
-    } catch (const std::exception& e) {
-        grs::log::Exception(__LINE__, kTag, e.what());
-    } catch (...) {
-        grs::log::Exception(__LINE__, kTag, nullptr);
-    }
+    });
 }
 
 void ClientInitialize::GetSettings() {
-    constexpr char kTag[] = "ClientInitialize::GetSettings";
-    try {
+    grs::settings::Guarded(__LINE__, "ClientInitialize::GetSettings", [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
-        const std::wstring path = grs::settings::SettingFilePath();
-        if (!grs::PathExists(path)) return;
-        grs::settings::MarkChanging(path);
-        CIniFileW ini;
-        ini.Load(path);
+        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [](CIniFileW& ini) {
+            using grs::settings::Outcome;
+            // "Version" and "FirstStart" decide nothing here: the record's
+            // version is the built-in one.
+            const std::wstring language = Read(ini, L"Language");
+            const std::wstring versionType = Read(ini, L"VersionType");
+            const std::wstring autoCheckUpdate = Read(ini, L"IsAutoCheckUpdate");
+            const std::wstring autoStart = Read(ini, L"IsAutoStartUp");
+            const std::wstring joinPlan = Read(ini, L"IsJoinUserExperiencePlan");
+            const std::wstring errorLimitingTime = Read(ini, L"ErrorLimitingTime");
 
-        // "Version" and "FirstStart" decide nothing here: the record's version
-        // is the built-in one.
-        const std::wstring language = Read(ini, L"Language");
-        const std::wstring versionType = Read(ini, L"VersionType");
-        const std::wstring autoCheckUpdate = Read(ini, L"IsAutoCheckUpdate");
-        const std::wstring autoStart = Read(ini, L"IsAutoStartUp");
-        const std::wstring joinPlan = Read(ini, L"IsJoinUserExperiencePlan");
-        const std::wstring errorLimitingTime = Read(ini, L"ErrorLimitingTime");
+            GlobalParamWrapper& store = grs::settings::Store();
+            st_UserPropertiesShow* show = store.GetUserPropertiesShow();
+            if (show == nullptr) return Outcome::Abandon;
+            // A value too long for its field stops the whole read, unsaved.
+            if (!grs::CopyToField(show->Language, language) ||
+                !grs::CopyToField(show->Version, grs::Utf8ToWide(std::string(kClientVersion))) ||
+                !grs::CopyToField(show->VersionType, versionType))
+                return Outcome::Abandon;
 
-        GlobalParamWrapper& store = grs::settings::Store();
-        st_UserPropertiesShow* show = store.GetUserPropertiesShow();
-        if (show == nullptr) return;
-        // A value too long for its field stops the whole read, unsaved.
-        if (!grs::CopyToField(show->Language, language) ||
-            !grs::CopyToField(show->Version, grs::Utf8ToWide(std::string(kClientVersion))) ||
-            !grs::CopyToField(show->VersionType, versionType))
-            return;
+            show->IsAutoCheckUpdate = IsAutoCheckUpdateOn(autoCheckUpdate);
+            // Read as a number on purpose: the default "true" reads as 0 (not
+            // joined) until UpdateSettings writes "0" or "1".
+            const std::string joinPlanNarrow = grs::WideToUtf8(joinPlan);
+            show->IsJoinUserExperiencePlan = !joinPlan.empty() && grs::settings::LeadingInteger(joinPlanNarrow) != 0;
 
-        show->IsAutoCheckUpdate = IsAutoCheckUpdateOn(autoCheckUpdate);
-        // Read as a number on purpose: the default "true" reads as 0 (not
-        // joined) until UpdateSettings writes "0" or "1".
-        const std::string joinPlanNarrow = grs::WideToUtf8(joinPlan);
-        show->IsJoinUserExperiencePlan = !joinPlan.empty() && grs::settings::LeadingInteger(joinPlanNarrow) != 0;
+            ReconcileAutoStart(ini, *show, autoStart);
 
-        ReconcileAutoStart(ini, *show, autoStart);
-
-        // The number comes from the plan key, not from "ErrorLimitingTime":
-        // that is how the client has always read it.
-        if (errorLimitingTime.empty()) {
-            long long limit = grs::settings::LeadingInteger(joinPlanNarrow);
-            if (limit == -1) limit = 0;
-            const unsigned long long time = static_cast<unsigned long long>(limit);
-            store.SetErrorLimitingTime(time);
-        }
-
-        ini.Save(path);
-        grs::settings::MarkAtRest(path);
-    } catch (const std::exception& e) {
-        grs::log::Exception(__LINE__, kTag, e.what());
-    } catch (...) {
-        grs::log::Exception(__LINE__, kTag, nullptr);
-    }
+            // The number comes from the plan key, not from "ErrorLimitingTime":
+            // that is how the client has always read it.
+            if (errorLimitingTime.empty()) {
+                long long limit = grs::settings::LeadingInteger(joinPlanNarrow);
+                if (limit == -1) limit = 0;
+                const unsigned long long time = static_cast<unsigned long long>(limit);
+                store.SetErrorLimitingTime(time);
+            }
+            return Outcome::Save;
+        });
+    });
 }
 
 void ClientInitialize::UpdateSettings() {
-    constexpr char kTag[] = "ClientInitialize::UpdateSettings";
-    try {
+    grs::settings::Guarded(__LINE__, "ClientInitialize::UpdateSettings", [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
-        const std::wstring path = grs::settings::SettingFilePath();
-        if (!grs::PathExists(path)) return;
-        grs::settings::MarkChanging(path);
-        CIniFileW ini;
-        ini.Load(path);
-
-        GlobalParamWrapper& store = grs::settings::Store();
-        if (const st_UserPropertiesShow* show = store.GetUserPropertiesShow()) {
+        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [](CIniFileW& ini) {
             using grs::settings::FieldText;
             using grs::settings::FlagText;
             using grs::settings::SetValue;
-            // Only the Chinese client lets the user change the language.
-            if (store.GetLocalLanguage() == L"zh-CN")
-                SetValue(ini, kSettingSection, L"Language", FieldText(show->Language));
-            SetValue(ini, kSettingSection, L"Version", FieldText(show->Version));
-            SetValue(ini, kSettingSection, L"IsAutoCheckUpdate", FlagText(show->IsAutoCheckUpdate));
-            SetValue(ini, kSettingSection, L"IsJoinUserExperiencePlan", FlagText(show->IsJoinUserExperiencePlan));
-            SetValue(ini, kSettingSection, L"IsAutoStartUp", std::to_wstring(show->IsAutoStartUp));
-        }
-
-        ini.Save(path);
-        grs::settings::MarkAtRest(path);
-    } catch (const std::exception& e) {
-        grs::log::Exception(__LINE__, kTag, e.what());
-    } catch (...) {
-        grs::log::Exception(__LINE__, kTag, nullptr);
-    }
+            GlobalParamWrapper& store = grs::settings::Store();
+            if (const st_UserPropertiesShow* show = store.GetUserPropertiesShow()) {
+                // Only the Chinese client lets the user change the language.
+                if (store.GetLocalLanguage() == L"zh-CN")
+                    SetValue(ini, kSettingSection, L"Language", FieldText(show->Language));
+                SetValue(ini, kSettingSection, L"Version", FieldText(show->Version));
+                SetValue(ini, kSettingSection, L"IsAutoCheckUpdate", FlagText(show->IsAutoCheckUpdate));
+                SetValue(ini, kSettingSection, L"IsJoinUserExperiencePlan", FlagText(show->IsJoinUserExperiencePlan));
+                SetValue(ini, kSettingSection, L"IsAutoStartUp", std::to_wstring(show->IsAutoStartUp));
+            }
+            return grs::settings::Outcome::Save;
+        });
+    });
 }

@@ -5,10 +5,14 @@
 // change, and small text helpers.
 
 #include <cwchar>
+#include <exception>
 #include <mutex>
 #include <string>
 
-class CIniFileW;
+#include "core/IniFile.h"
+#include "core/Log.h"
+#include "core/PathUtil.h"
+
 class GlobalParamWrapper;
 
 namespace grs::settings {
@@ -35,6 +39,51 @@ std::wstring SyncSettingFilePath();
 // be replaced), hidden and system once it is saved. Results are ignored.
 void MarkChanging(const std::wstring& path) noexcept;
 void MarkAtRest(const std::wstring& path) noexcept;
+
+// What a change of a loaded settings file asks for once it has run.
+enum class Outcome {
+    Save,     // write the document back, then hide the file again
+    Discard,  // leave the content as it was, hide the file again
+    Abandon,  // stop at once: nothing is written, the attributes stay normal
+};
+
+// Changes an existing settings file: attributes normal, document loaded,
+// `change(ini)` decides the ending. False (and nothing touched) when there is
+// no file. The caller holds the file's lock where the file has one.
+template <typename Change>
+bool ChangeExistingFile(const std::wstring& path, Change&& change) {
+    if (!PathExists(path)) return false;
+    MarkChanging(path);
+    CIniFileW ini;
+    ini.Load(path);
+    const Outcome outcome = change(ini);
+    if (outcome == Outcome::Abandon) return true;
+    if (outcome == Outcome::Save) ini.Save(path);
+    MarkAtRest(path);
+    return true;
+}
+
+// Runs an operation's body; an exception becomes the usual "[tag] what" log
+// line and the `failed` result, so that nothing escapes to the client.
+template <typename Result, typename Body>
+Result Guarded(int line, const char* tag, Result failed, Body&& body) noexcept {
+    try {
+        return body();
+    } catch (const std::exception& e) {
+        log::Exception(line, tag, e.what());
+    } catch (...) {
+        log::Exception(line, tag, nullptr);
+    }
+    return failed;
+}
+
+template <typename Body>
+void Guarded(int line, const char* tag, Body&& body) noexcept {
+    Guarded(line, tag, false, [&body] {
+        body();
+        return true;
+    });
+}
 
 // Gets or adds the section and the key and assigns the value, overwriting.
 void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value);

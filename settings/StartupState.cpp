@@ -27,33 +27,6 @@ constexpr size_t kCommandBufferChars = 260;
 constexpr char kRegisterTag[] = "ClientInitialize::RegisterStartingIsOpen";
 constexpr char kGetRegisterTag[] = "ClientInitialize::GetRegisterStartingIsOpen";
 
-template <typename Result, typename Body>
-Result Guarded(const char* tag, Result failed, Body body) {
-    try {
-        return body();
-    } catch (const std::exception& e) {
-        grs::log::Exception(__LINE__, tag, e.what());
-    } catch (...) {
-        grs::log::Exception(__LINE__, tag, nullptr);
-    }
-    return failed;
-}
-
-// Loads "Setting.ini" for a change, lets `change` work on it and saves it.
-// False when there is no file.
-template <typename Change>
-bool ChangeSettingFile(Change change) {
-    const std::wstring path = grs::settings::SettingFilePath();
-    if (!grs::PathExists(path)) return false;
-    grs::settings::MarkChanging(path);
-    CIniFileW ini;
-    ini.Load(path);
-    change(ini);
-    ini.Save(path);
-    grs::settings::MarkAtRest(path);
-    return true;
-}
-
 }  // namespace
 
 namespace grs::settings {
@@ -68,46 +41,49 @@ bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command) 
 }  // namespace grs::settings
 
 bool ClientInitialize::IsFirstStartUp() {
-    return Guarded("ClientInitialize::IsFirstStartUp", false, [] {
+    return grs::settings::Guarded(__LINE__, "ClientInitialize::IsFirstStartUp", false, [] {
         std::wstring before;
-        const bool found = ChangeSettingFile([&](CIniFileW& ini) {
+        const bool found = grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [&](CIniFileW& ini) {
             before = ini.GetValue(kSettingSection, L"IsFirstStartUp", std::wstring());
             grs::settings::SetValue(ini, kSettingSection, L"IsFirstStartUp", L"false");
+            return grs::settings::Outcome::Save;
         });
         return found && before == L"true";
     });
 }
 
 bool ClientInitialize::IsNeedCreateShortcut() {
-    return Guarded("ClientInitialize::IsNeedCreateShortcut", false, [] {
+    return grs::settings::Guarded(__LINE__, "ClientInitialize::IsNeedCreateShortcut", false, [] {
         std::wstring flag;
-        // Saved unchanged: the file is rewritten whether or not anything moved.
-        const bool found = ChangeSettingFile(
-            [&](CIniFileW& ini) { flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring()); });
+        const bool found = grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [&](CIniFileW& ini) {
+            flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring());
+            return grs::settings::Outcome::Save;  // rewritten unchanged, as the client always did
+        });
         return found && (flag.empty() || flag == L"0");
     });
 }
 
 void ClientInitialize::SetCreateShortcutFlag() {
-    Guarded("ClientInitialize::SetCreateShortcutFlag", false, [] {
-        return ChangeSettingFile(
-            [](CIniFileW& ini) { grs::settings::SetValue(ini, kSettingSection, L"NoticeCreateLink", L"1"); });
+    grs::settings::Guarded(__LINE__, "ClientInitialize::SetCreateShortcutFlag", [] {
+        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [](CIniFileW& ini) {
+            grs::settings::SetValue(ini, kSettingSection, L"NoticeCreateLink", L"1");
+            return grs::settings::Outcome::Save;
+        });
     });
 }
 
 void ClientInitialize::RegisterStartingIsOpen(bool open) {
-    Guarded(kRegisterTag, false, [open] {
-        constexpr const char* kTag = kRegisterTag;
+    grs::settings::Guarded(__LINE__, kRegisterTag, [open] {
         grs::UniqueKey key;
         const LSTATUS opened = ::RegOpenKeyExW(HKEY_CURRENT_USER, kRunKey, 0, kRunKeyWriteAccess, key.put());
         if (opened != ERROR_SUCCESS) {
-            grs::log::Info(__LINE__, kTag,
+            grs::log::Info(__LINE__, kRegisterTag,
                            L"Open Reg Failed When Setting isAutoStartUp, code:" + std::to_wstring(opened));
-            return false;
+            return;
         }
         // A command that would not fit is not written, and not reported.
         std::wstring command;
-        if (!grs::settings::BuildRunCommand(grs::HostExecutablePath(), command)) return false;
+        if (!grs::settings::BuildRunCommand(grs::HostExecutablePath(), command)) return;
 
         // The size leaves out the terminator, as earlier versions wrote it, so
         // that their values compare equal.
@@ -115,20 +91,17 @@ void ClientInitialize::RegisterStartingIsOpen(bool open) {
             open ? ::RegSetValueExW(key.get(), kRunValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(command.c_str()),
                                     static_cast<DWORD>(command.size() * sizeof(wchar_t)))
                  : ::RegDeleteValueW(key.get(), kRunValue);
-        // The command holds the user's path: handed to the logger with its
-        // flag cleared.
-        grs::log::Write(grs::log::kInfo, __LINE__, kTag, command, false);
+        // The one line of the library logged with the logger's flag cleared.
+        grs::log::Write(grs::log::kInfo, __LINE__, kRegisterTag, command, false);
         if (result != ERROR_SUCCESS)
-            grs::log::Info(__LINE__, kTag, L"set auto start up error, code:" + std::to_wstring(result));
+            grs::log::Info(__LINE__, kRegisterTag, L"set auto start up error, code:" + std::to_wstring(result));
         else
-            grs::log::Info(__LINE__, kTag, L"set auto start up success");
-        return result == ERROR_SUCCESS;
+            grs::log::Info(__LINE__, kRegisterTag, L"set auto start up success");
     });
 }
 
 bool ClientInitialize::GetRegisterStartingIsOpen() {
-    return Guarded(kGetRegisterTag, false, [] {
-        constexpr const char* kTag = kGetRegisterTag;
+    return grs::settings::Guarded(__LINE__, kGetRegisterTag, false, [] {
         // An open that fails leaves no key, and the read below then fails.
         grs::UniqueKey key;
         ::RegOpenKeyExW(HKEY_CURRENT_USER, kRunKey, 0, kRunKeyFullAccess, key.put());
@@ -138,7 +111,7 @@ bool ClientInitialize::GetRegisterStartingIsOpen() {
                                  : ERROR_INVALID_HANDLE;
         key.reset();
         const bool registered = read == ERROR_SUCCESS;
-        grs::log::Info(__LINE__, kTag,
+        grs::log::Info(__LINE__, kGetRegisterTag,
                        registered ? L"GetRegisterStartingIsOpen == 0" : L"GetRegisterStartingIsOpen != 0");
         return registered;
     });

@@ -69,28 +69,21 @@ void PrintHttpLog(const std::string& message) {
 // always did, leaves the file's content alone: only its attributes change.
 // The values reach the file with the next CreateSyncSettingFile.
 template <typename Change>
-void ChangeSyncCopy(const char* tag, Change change) {
-    try {
+void ChangeSyncCopy(int line, const char* tag, Change change) {
+    grs::settings::Guarded(line, tag, [&change] {
         std::lock_guard<std::mutex> lock(grs::settings::SyncSettingsLock());
-        const std::wstring path = grs::settings::SyncSettingFilePath();
-        if (!grs::PathExists(path)) return;
-        grs::settings::MarkChanging(path);
-        CIniFileW ini;
-        ini.Load(path);
-        change(ini);
-        grs::settings::MarkAtRest(path);
-    } catch (const std::exception& e) {
-        grs::log::Exception(__LINE__, tag, e.what());
-    } catch (...) {
-        grs::log::Exception(__LINE__, tag, nullptr);
-    }
+        grs::settings::ChangeExistingFile(grs::settings::SyncSettingFilePath(), [&change](CIniFileW& ini) {
+            change(ini);
+            return grs::settings::Outcome::Discard;
+        });
+    });
 }
 
 }  // namespace
 
 void ClientInitialize::CreateSyncSettingFile() {
     constexpr char kTag[] = "ClientInitialize::CreateSyncSettingFile";
-    try {
+    grs::settings::Guarded(__LINE__, kTag, [&kTag] {
         std::lock_guard<std::mutex> lock(grs::settings::SyncSettingsLock());
         const std::wstring path = grs::settings::SyncSettingFilePath();
         if (path.empty()) return;
@@ -162,16 +155,12 @@ void ClientInitialize::CreateSyncSettingFile() {
             if (job->module) ::FreeLibrary(job->module);
             grs::log::Error(__LINE__, kTag, L"start SyncBaseUri thread failed, code:" + std::to_wstring(error));
         }
-    } catch (const std::exception& e) {
-        grs::log::Exception(__LINE__, kTag, e.what());
-    } catch (...) {
-        grs::log::Exception(__LINE__, kTag, nullptr);
-    }
+    });
 }
 
 void ClientInitialize::SyncBaseUri(std::wstring path) {
     constexpr char kTag[] = "ClientInitialize::SyncBaseUri";
-    try {
+    grs::settings::Guarded(__LINE__, kTag, [&] {
         // No limit on the attempts: the address arrives whenever the client's
         // route resolution gets to it.
         std::string address;
@@ -188,29 +177,25 @@ void ClientInitialize::SyncBaseUri(std::wstring path) {
         grs::settings::SetValue(ini, kSyncSettingSection, L"BaseUri", grs::Utf8ToWide(address));
         if (!ini.Save(path)) grs::log::Error(__LINE__, kTag, "SyncBaseUri syncSetting file update error!");
         grs::settings::MarkAtRest(path);
-    } catch (const std::exception& e) {
-        grs::log::Exception(__LINE__, kTag, e.what());
-    } catch (...) {
-        grs::log::Exception(__LINE__, kTag, nullptr);
-    }
+    });
 }
 
 void ClientInitialize::SavePCModel(const std::wstring& /*model*/) {
     // The store's model wins over the argument.
-    ChangeSyncCopy("ClientInitialize::SavePCModel", [](CIniFileW& ini) {
+    ChangeSyncCopy(__LINE__, "ClientInitialize::SavePCModel", [](CIniFileW& ini) {
         grs::settings::SetValue(ini, kSyncSettingSection, L"PCModel", grs::settings::Store().GetPCModel());
     });
 }
 
 void ClientInitialize::SaveSyncThumbnailRootFolder(const std::wstring& folder) {
-    ChangeSyncCopy("ClientInitialize::SaveSyncThumbnailRootFolder", [&folder](CIniFileW& ini) {
+    ChangeSyncCopy(__LINE__, "ClientInitialize::SaveSyncThumbnailRootFolder", [&folder](CIniFileW& ini) {
         grs::settings::SetValue(ini, kSyncSettingSection, L"ThumbnailRootFolder",
                                 grs::PathJoin(folder, L"SyncThumbnailFile"));
     });
 }
 
 void ClientInitialize::SaveSyncLcdThumbnailRootFolder(const std::wstring& folder) {
-    ChangeSyncCopy("ClientInitialize::SaveSyncLcdThumbnailRootFolder", [&folder](CIniFileW& ini) {
+    ChangeSyncCopy(__LINE__, "ClientInitialize::SaveSyncLcdThumbnailRootFolder", [&folder](CIniFileW& ini) {
         grs::settings::SetValue(ini, kSyncSettingSection, L"LcdThumbnailRootFolder",
                                 grs::PathJoin(folder, L"LcdSyncThumbnailFile"));
         grs::settings::SetValue(ini, kSyncSettingSection, L"CatchFolder", folder);
@@ -221,7 +206,7 @@ void ClientInitialize::InitSyncFileTransPort() {}
 
 std::string ClientInitialize::GetBaseUri() {
     constexpr char kTag[] = "ClientInitialize::GetBaseUri";
-    try {
+    return grs::settings::Guarded(__LINE__, kTag, std::string(), [&]() -> std::string {
         const std::wstring url =
             grs::settings::Store().GetOperqrtServerIdUrl() + Zorvane::GetInstance()->m_strGetServerInfo;
         grs::log::Info(__LINE__, kTag, url);
@@ -253,10 +238,5 @@ std::string ClientInitialize::GetBaseUri() {
         std::string serverUrl = root["serverUrl"].asString();
         grs::log::Error(__LINE__, kTag, serverUrl);
         return serverUrl;
-    } catch (const std::exception& e) {
-        grs::log::Exception(__LINE__, kTag, e.what());
-    } catch (...) {
-        grs::log::Exception(__LINE__, kTag, nullptr);
-    }
-    return std::string();
+    });
 }

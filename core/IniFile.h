@@ -17,12 +17,15 @@ struct IniNameLess {
     bool operator()(const std::wstring& a, const std::wstring& b) const;
 };
 
-// How a document's bytes were (or will be) stored.
+// How a document's bytes were (or will be) stored. A document is written back
+// in the encoding it was read in. A new or empty file gets UTF-16LE: the
+// private-profile functions read any text from it and keep writing UTF-16.
 enum class IniEncoding {
-    Utf16Le,     // UTF-16LE with a byte-order mark, as the private-profile functions keep such files
-    Utf8Bom,     // UTF-8 with a byte-order mark
-    Utf8,        // plain bytes that are valid UTF-8
-    AnsiCodePage // any other plain bytes: the system's ANSI code page
+    Utf16Le,      // UTF-16LE with a byte-order mark
+    Utf8Bom,      // UTF-8 with a byte-order mark
+    Utf8,         // plain bytes, valid UTF-8, at least one of them not ASCII
+    AnsiCodePage  // any other plain bytes (ASCII included): the system's ANSI code page;
+                  // text that code page cannot carry turns the file into UTF-16LE
 };
 
 }  // namespace grs
@@ -30,11 +33,11 @@ enum class IniEncoding {
 class CIniFileW {
 public:
     struct Key {
-        std::wstring name;   // as first added
+        std::wstring name;  // as first added
         std::wstring value;
     };
     struct Section {
-        std::wstring name;   // as first added
+        std::wstring name;  // as first added
         std::map<std::wstring, Key, grs::IniNameLess> keys;
 
         // Existing key of that name or a new one with an empty value.
@@ -43,13 +46,15 @@ public:
     };
 
     // 1 when the file was opened and read (its content replaces the document),
-    // 0 otherwise.
+    // 0 otherwise (the document is left as it was). Files over 64 MiB are refused.
     int Load(const std::wstring& path);
 
     // Writes the whole document; 1 on success. The new content goes to a
     // temporary file in the same folder that then replaces the old file in
     // one step, so a crash or a full disk leaves the old file whole. Returns 0
-    // (and leaves the old file) on any failure.
+    // (and leaves the old file) on any failure. Entries that could not be read
+    // back as themselves are not written (see RenderText). The written file
+    // has normal attributes.
     int Save(const std::wstring& path);
 
     void Clear();
@@ -61,7 +66,12 @@ public:
     // existing section: the default. Otherwise the value.
     std::wstring GetValue(const std::wstring& section, const std::wstring& key, std::wstring defaultValue);
 
-    // Pure text forms, for tests and tools: parse lines / render the document.
+    // Pure text forms, for tests and tools. ParseText replaces the document by
+    // the lines of `text`. RenderText gives "[name]" and "key=value" lines
+    // ending in LF; a value is cut at its first line break, and a section name
+    // holding a line break or a key that is empty, holds a line break or "="
+    // or starts with "[" is left out with its content, so that no value can
+    // turn into another key or section.
     void ParseText(const std::wstring& text);
     std::wstring RenderText() const;
 
@@ -69,5 +79,5 @@ public:
 
 private:
     std::map<std::wstring, Section, grs::IniNameLess> m_sections;
-    grs::IniEncoding m_encoding = grs::IniEncoding::Utf8;
+    grs::IniEncoding m_encoding = grs::IniEncoding::Utf16Le;
 };

@@ -37,11 +37,10 @@ std::wstring WithExtendedPrefix(const std::wstring& path) {
 
 std::wstring ToLongPath(std::wstring path) {
     wchar_t buffer[MAX_PATH] = {};
-    if (::GetLongPathNameW(path.c_str(), buffer, MAX_PATH) != 0) {
-        // A long form that does not fit reports the needed size: not supported,
-        // the buffer then holds nothing useful and the input is kept.
-        if (buffer[0] != L'\0') return std::wstring(buffer);
-    }
+    const DWORD length = ::GetLongPathNameW(path.c_str(), buffer, MAX_PATH);
+    // A long form that does not fit reports the size it needs: not supported,
+    // the input is kept.
+    if (length != 0 && length < MAX_PATH) return std::wstring(buffer);
     return path;
 }
 

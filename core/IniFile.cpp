@@ -1,0 +1,284 @@
+#include "core/IniFile.h"
+
+#include <windows.h>
+
+#include <cstring>
+#include <cwchar>
+#include <exception>
+#include <string_view>
+
+#include "core/FileIo.h"
+#include "core/IniText.h"
+#include "core/Log.h"
+#include "core/TextUtil.h"
+
+namespace grs {
+
+bool IniNameLess::operator()(const std::wstring& a, const std::wstring& b) const {
+    return ::_wcsicmp(a.c_str(), b.c_str()) < 0;
+}
+
+}  // namespace grs
+
+namespace {
+
+using grs::IniEncoding;
+using SectionMap = std::map<std::wstring, CIniFileW::Section, grs::IniNameLess>;
+
+constexpr const char* kLoadFunction = "CIniFileW::Load";
+constexpr const char* kSaveFunction = "CIniFileW::Save";
+// Settings files are a few kilobytes; anything this big is not one of them.
+constexpr unsigned long long kMaxFileBytes = 64ull << 20;
+
+std::wstring TrimName(const std::wstring& name) {
+    return std::wstring(grs::ini::TrimBlanks(std::wstring_view(name)));
+}
+
+// A header starts with "[" and its last character other than a space, tab,
+// CR or LF is "]".
+bool IsHeaderLine(std::wstring_view line) {
+    if (line.empty() || line.front() != L'[') return false;
+    size_t last = line.size();
+    while (last > 0 && (grs::ini::IsBlank(line[last - 1]) || grs::ini::IsLineBreak(line[last - 1]))) --last;
+    return last > 1 && line[last - 1] == L']';
+}
+
+bool DecodeBytes(unsigned codePage, DWORD flags, const char* data, size_t size, std::wstring& text) {
+    if (size == 0) {
+        text.clear();
+        return true;
+    }
+    const int length = ::MultiByteToWideChar(codePage, flags, data, static_cast<int>(size), nullptr, 0);
+    if (length <= 0) return false;
+    std::wstring out(static_cast<size_t>(length), L'\0');
+    if (::MultiByteToWideChar(codePage, flags, data, static_cast<int>(size), &out[0], length) != length) return false;
+    text.swap(out);
+    return true;
+}
+
+bool IsAscii(const std::string& bytes) {
+    for (unsigned char c : bytes)
+        if (c >= 0x80) return false;
+    return true;
+}
+
+std::wstring Decode(const std::string& bytes, IniEncoding& encoding) {
+    std::wstring text;
+    if (bytes.empty()) {
+        encoding = IniEncoding::Utf16Le;
+    } else if (bytes.size() >= 2 && bytes.compare(0, 2, "\xFF\xFE") == 0) {
+        encoding = IniEncoding::Utf16Le;
+        // An odd trailing byte is not a character: dropped.
+        text.resize((bytes.size() - 2) / 2);
+        if (!text.empty()) std::memcpy(&text[0], bytes.data() + 2, text.size() * sizeof(wchar_t));
+    } else if (bytes.size() >= 3 && bytes.compare(0, 3, "\xEF\xBB\xBF") == 0) {
+        encoding = IniEncoding::Utf8Bom;
+        DecodeBytes(CP_UTF8, 0, bytes.data() + 3, bytes.size() - 3, text);
+    } else if (!IsAscii(bytes) && DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text)) {
+        encoding = IniEncoding::Utf8;
+    } else {
+        // ASCII lands here too: it is what the private-profile functions
+        // write into a plain file, in the ANSI code page.
+        encoding = IniEncoding::AnsiCodePage;
+        DecodeBytes(CP_ACP, 0, bytes.data(), bytes.size(), text);
+    }
+    return text;
+}
+
+std::string Encode(const std::wstring& text, IniEncoding& encoding) {
+    if (encoding == IniEncoding::AnsiCodePage && !text.empty() && ::GetACP() != CP_UTF8) {
+        BOOL lossy = FALSE;
+        const int size = static_cast<int>(text.size());
+        const int length =
+            ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), size, nullptr, 0, nullptr, &lossy);
+        if (length > 0 && !lossy) {
+            std::string bytes(static_cast<size_t>(length), '\0');
+            if (::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), size, &bytes[0], length, nullptr,
+                                      nullptr) == length)
+                return bytes;
+        }
+        // The code page cannot carry this text: UTF-16 with a byte-order mark
+        // loses nothing and the private-profile functions still read it.
+        encoding = IniEncoding::Utf16Le;
+    }
+    switch (encoding) {
+        case IniEncoding::Utf16Le: {
+            std::string bytes("\xFF\xFE", 2);
+            bytes.append(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
+            return bytes;
+        }
+        case IniEncoding::Utf8Bom:
+            return "\xEF\xBB\xBF" + grs::WideToUtf8(text);
+        case IniEncoding::Utf8:
+        case IniEncoding::AnsiCodePage:
+            break;
+    }
+    return grs::WideToUtf8(text);
+}
+
+std::wstring Render(const SectionMap& sections, size_t& leftOut, size_t& cut) {
+    std::wstring text;
+    for (const auto& sectionEntry : sections) {
+        const CIniFileW::Section& section = sectionEntry.second;
+        if (!grs::ini::IsWritableSection(std::wstring_view(section.name))) {
+            ++leftOut;
+            continue;
+        }
+        text += L'[';
+        text += section.name;
+        text += L"]\n";
+        for (const auto& keyEntry : section.keys) {
+            const CIniFileW::Key& key = keyEntry.second;
+            if (!grs::ini::IsWritableKey(std::wstring_view(key.name))) {
+                ++leftOut;
+                continue;
+            }
+            std::wstring value = key.value;
+            if (grs::ini::CutAtLineBreak(value)) ++cut;
+            text += key.name;
+            text += L'=';
+            text += value;
+            text += L'\n';
+        }
+    }
+    return text;
+}
+
+}  // namespace
+
+CIniFileW::Key* CIniFileW::Section::AddKey(const std::wstring& name) {
+    const std::wstring trimmed = TrimName(name);
+    auto found = keys.find(trimmed);
+    if (found == keys.end()) found = keys.emplace(trimmed, Key{trimmed, std::wstring()}).first;
+    return &found->second;
+}
+
+CIniFileW::Key* CIniFileW::Section::FindKey(const std::wstring& name) {
+    const auto found = keys.find(TrimName(name));
+    return found == keys.end() ? nullptr : &found->second;
+}
+
+void CIniFileW::Clear() {
+    m_sections.clear();
+}
+
+CIniFileW::Section* CIniFileW::FindSection(const std::wstring& name) {
+    const auto found = m_sections.find(TrimName(name));
+    return found == m_sections.end() ? nullptr : &found->second;
+}
+
+CIniFileW::Section* CIniFileW::AddSection(const std::wstring& name) {
+    const std::wstring trimmed = TrimName(name);
+    auto found = m_sections.find(trimmed);
+    if (found == m_sections.end()) {
+        Section section;
+        section.name = trimmed;
+        found = m_sections.emplace(trimmed, std::move(section)).first;
+    }
+    return &found->second;
+}
+
+CIniFileW::Key* CIniFileW::AddKey(Section* section, const std::wstring& key) {
+    return section == nullptr ? nullptr : section->AddKey(key);
+}
+
+std::wstring CIniFileW::GetValue(const std::wstring& section, const std::wstring& key, std::wstring defaultValue) {
+    Section* found = FindSection(section);
+    if (found == nullptr) return std::wstring();
+    const Key* entry = found->FindKey(key);
+    return entry == nullptr ? defaultValue : entry->value;
+}
+
+void CIniFileW::ParseText(const std::wstring& text) {
+    Clear();
+    Section* current = nullptr;
+    const std::wstring_view all(text);
+    size_t position = 0;
+    while (position < all.size()) {
+        size_t end = all.find(L'\n', position);
+        const size_t next = end == std::wstring_view::npos ? all.size() : end + 1;
+        if (end == std::wstring_view::npos) end = all.size();
+        size_t begin = position;
+        position = next;
+
+        while (begin < end && grs::ini::IsBlank(all[begin])) ++begin;
+        while (end > begin && grs::ini::IsLineBreak(all[end - 1])) --end;
+        if (begin == end) continue;
+        const std::wstring_view line = all.substr(begin, end - begin);
+
+        if (IsHeaderLine(line)) {
+            // Exactly one character off each end, whatever the last one is.
+            current = AddSection(std::wstring(line.substr(1, line.size() - 2)));
+            continue;
+        }
+        const size_t equals = line.find(L'=');
+        if (equals != std::wstring_view::npos && equals > 0) {
+            if (current != nullptr)
+                current->AddKey(std::wstring(line.substr(0, equals)))->value = std::wstring(line.substr(equals + 1));
+            continue;
+        }
+        // Comments and unrecognised lines are not kept.
+    }
+}
+
+std::wstring CIniFileW::RenderText() const {
+    size_t leftOut = 0;
+    size_t cut = 0;
+    return Render(m_sections, leftOut, cut);
+}
+
+int CIniFileW::Load(const std::wstring& path) {
+    try {
+        std::string bytes;
+        switch (grs::ReadWholeFile(path, kMaxFileBytes, bytes)) {
+            case grs::ReadFileResult::Ok:
+                break;
+            case grs::ReadFileResult::CannotOpen:
+                return 0;
+            case grs::ReadFileResult::TooLarge:
+                grs::log::Error(__LINE__, kLoadFunction, L"File too large, not read: " + path);
+                return 0;
+            case grs::ReadFileResult::Failed:
+                grs::log::Error(__LINE__, kLoadFunction,
+                                L"Read error " + std::to_wstring(::GetLastError()) + L": " + path);
+                return 0;
+        }
+        IniEncoding encoding = IniEncoding::Utf16Le;
+        const std::wstring text = Decode(bytes, encoding);
+        CIniFileW parsed;
+        parsed.ParseText(text);
+        m_sections.swap(parsed.m_sections);
+        m_encoding = encoding;
+        return 1;
+    } catch (const std::exception& e) {
+        grs::log::Exception(__LINE__, kLoadFunction, e.what());
+    } catch (...) {
+        grs::log::Exception(__LINE__, kLoadFunction, nullptr);
+    }
+    return 0;
+}
+
+int CIniFileW::Save(const std::wstring& path) {
+    try {
+        size_t leftOut = 0;
+        size_t cut = 0;
+        const std::wstring text = Render(m_sections, leftOut, cut);
+        if (leftOut != 0 || cut != 0) {
+            grs::log::Error(__LINE__, kSaveFunction,
+                            L"Entries with line breaks or unusable names left out: " + std::to_wstring(leftOut) +
+                                L", values cut at a line break: " + std::to_wstring(cut));
+        }
+        IniEncoding encoding = m_encoding;
+        const std::string bytes = Encode(text, encoding);
+        if (!grs::ReplaceFileContent(path, bytes, kSaveFunction)) return 0;
+        m_encoding = encoding;
+        // The private-profile functions may cache the old content.
+        ::WritePrivateProfileStringW(nullptr, nullptr, nullptr, path.c_str());
+        return 1;
+    } catch (const std::exception& e) {
+        grs::log::Exception(__LINE__, kSaveFunction, e.what());
+    } catch (...) {
+        grs::log::Exception(__LINE__, kSaveFunction, nullptr);
+    }
+    return 0;
+}

@@ -149,7 +149,7 @@ void ClientInitialize::CreateSyncSettingFile() {
         job->module = ReferenceThisModule();
         grs::UniqueHandle thread(::CreateThread(nullptr, 0, entry, job.get(), 0, nullptr));
         if (thread) {
-            job.release();  // the thread owns it now; the handle closes: detached
+            static_cast<void>(job.release());  // the thread owns it now; the handle closes: detached
         } else {
             const DWORD error = ::GetLastError();
             if (job->module) ::FreeLibrary(job->module);

@@ -1,5 +1,7 @@
 #include "core/Log.h"
 
+#include <exception>
+
 #include "core/collaborators/CloudLogger.h"
 
 namespace grs::log {
@@ -34,6 +36,16 @@ void Exception(int line, const char* function, const char* what) noexcept {
         message += (what && *what) ? what : "Unknown exception";
         Forward(kError, line, function, message, true);
     } catch (...) {
+    }
+}
+
+void CurrentException(int line, const char* function) noexcept {
+    try {
+        throw;
+    } catch (const std::exception& e) {
+        Exception(line, function, e.what());
+    } catch (...) {
+        Exception(line, function, nullptr);
     }
 }
 

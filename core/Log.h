@@ -30,4 +30,7 @@ inline void Error(int line, const char* function, const std::string& message) no
 // convention for exceptions caught at the edge of an operation.
 void Exception(int line, const char* function, const char* what) noexcept;
 
+// The same for the exception being handled; call only inside a catch block.
+void CurrentException(int line, const char* function) noexcept;
+
 }  // namespace grs::log

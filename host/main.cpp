@@ -86,11 +86,13 @@ bool HasLog(const char* function, const wchar_t* message) {
 std::map<std::string, std::string> ReadSection(const std::wstring& path, const wchar_t* section) {
     std::map<std::string, std::string> keys;
     std::vector<wchar_t> buffer(65536);
-    const DWORD length = ::GetPrivateProfileSectionW(section, buffer.data(), static_cast<DWORD>(buffer.size()), path.c_str());
+    const DWORD length =
+        ::GetPrivateProfileSectionW(section, buffer.data(), static_cast<DWORD>(buffer.size()), path.c_str());
     for (const wchar_t* entry = buffer.data(); entry < buffer.data() + length && *entry; entry += wcslen(entry) + 1) {
         const std::wstring line = entry;
         const size_t equals = line.find(L'=');
-        keys[host::ToUtf8(line.substr(0, equals))] = equals == std::wstring::npos ? "" : host::ToUtf8(line.substr(equals + 1));
+        keys[host::ToUtf8(line.substr(0, equals))] =
+            equals == std::wstring::npos ? "" : host::ToUtf8(line.substr(equals + 1));
     }
     return keys;
 }
@@ -98,8 +100,11 @@ std::map<std::string, std::string> ReadSection(const std::wstring& path, const w
 std::string DescribeDrive(const std::wstring& root) {
     ULARGE_INTEGER available, total, free;
     const UINT type = ::GetDriveTypeW(root.c_str());
-    const char* kind = type == DRIVE_FIXED ? "fixed" : type == DRIVE_REMOVABLE ? "removable"
-                     : type == DRIVE_REMOTE ? "network" : type == DRIVE_CDROM ? "optical" : "other";
+    const char* kind = type == DRIVE_FIXED       ? "fixed"
+                       : type == DRIVE_REMOVABLE ? "removable"
+                       : type == DRIVE_REMOTE    ? "network"
+                       : type == DRIVE_CDROM     ? "optical"
+                                                 : "other";
     std::string text = host::ToUtf8(root) + " " + kind;
     if (::GetDiskFreeSpaceExW(root.c_str(), &available, &total, &free)) {
         text += ", " + std::to_string(free.QuadPart >> 20) + " MiB free";
@@ -149,7 +154,8 @@ void PrintText(const Report& report, const host::Sandbox& sandbox) {
     std::printf("\nService addresses in the parameter store\n");
     for (const auto& address : report.addresses)
         std::printf("  %-28s %-52s %s\n", address.first.c_str(),
-                    address.second.value.empty() ? "(empty)" : address.second.value.c_str(), address.second.source.c_str());
+                    address.second.value.empty() ? "(empty)" : address.second.value.c_str(),
+                    address.second.source.c_str());
     for (const auto& file : report.settingsFiles) {
         std::printf("\n%s (%zu keys)\n", file.first.c_str(), file.second.size());
         for (const auto& key : file.second) std::printf("  %s=%s\n", key.first.c_str(), key.second.c_str());
@@ -158,7 +164,8 @@ void PrintText(const Report& report, const host::Sandbox& sandbox) {
                 report.autoStartRegistered ? "registered" : "not registered");
     std::printf("\nFolders\n");
     for (const auto& folder : report.folders) std::printf("  %-40s %s\n", folder.first.c_str(), folder.second.c_str());
-    std::printf("  drives (the sync folder goes to the first fixed drive with more than 100 MiB free, system drive last):\n");
+    std::printf(
+        "  drives (the sync folder goes to the first fixed drive with more than 100 MiB free, system drive last):\n");
     for (const auto& drive : report.drives) std::printf("    %s\n", drive.c_str());
     std::printf("\nLibrary log lines at severity 5 (%zu)\n", report.errorLogLines.size());
     for (const auto& line : report.errorLogLines) std::printf("  %s\n", line.c_str());
@@ -207,7 +214,8 @@ void PrintJson(const Report& report, const host::Sandbox& sandbox) {
 // Prints each routing request as it is made, while the route step waits.
 class RequestWatcher {
 public:
-    RequestWatcher(const host::Sandbox& sandbox, bool toStderr) : m_sandbox(sandbox), m_out(toStderr ? stderr : stdout) {
+    RequestWatcher(const host::Sandbox& sandbox, bool toStderr)
+        : m_sandbox(sandbox), m_out(toStderr ? stderr : stdout), m_shown(ClientStandIn::RouteRequests().size()) {
         m_thread = std::thread([this] { Run(); });
     }
     ~RequestWatcher() {
@@ -218,26 +226,31 @@ public:
 private:
     void Run() {
         const auto start = Clock::now();
-        size_t shown = ClientStandIn::RouteRequests().size();
+        size_t shown = m_shown;
         int lastTick = 0;
-        while (!m_done) {
+        for (;;) {
+            const bool done = m_done;  // one last look after the step ended
             const auto requests = ClientStandIn::RouteRequests();
-            const int elapsed = static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
+            const int elapsed =
+                static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
             for (; shown < requests.size(); ++shown) {
                 std::string role = m_sandbox.ServerRole(requests[shown]);
-                std::fprintf(m_out, "      request %zu to %s (%s) at %d ms\n", shown + 1, host::ToUtf8(requests[shown]).c_str(),
-                             role.empty() ? "unknown server" : role.c_str(), elapsed);
+                std::fprintf(m_out, "      request %zu to %s (%s) at %d ms\n", shown + 1,
+                             host::ToUtf8(requests[shown]).c_str(), role.empty() ? "unknown server" : role.c_str(),
+                             elapsed);
             }
             if (elapsed / 1000 > lastTick) {
                 lastTick = elapsed / 1000;
                 std::fprintf(m_out, "      still waiting on the routing servers (%d s)\n", lastTick);
             }
             std::fflush(m_out);
+            if (done) return;
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
     }
     const host::Sandbox& m_sandbox;
     FILE* m_out;
+    size_t m_shown;
     std::atomic<bool> m_done{false};
     std::thread m_thread;
 };
@@ -247,8 +260,8 @@ private:
 class DemoRegistry {
 public:
     DemoRegistry() {
-        if (::RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\GlobalRootServiceDemo\\HKCU", 0, nullptr, 0, KEY_ALL_ACCESS,
-                              nullptr, &m_key, nullptr) == ERROR_SUCCESS)
+        if (::RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\GlobalRootServiceDemo\\HKCU", 0, nullptr, 0,
+                              KEY_ALL_ACCESS, nullptr, &m_key, nullptr) == ERROR_SUCCESS)
             ::RegOverridePredefKey(HKEY_CURRENT_USER, m_key);
     }
     ~DemoRegistry() {
@@ -268,7 +281,8 @@ int main() {
     host::Options options;
     std::string error;
     if (!host::ParseOptions(argc, argv, options, error) || options.help) {
-        std::fprintf(options.help ? stdout : stderr, "%s%s%s", error.c_str(), error.empty() ? "" : "\n", host::UsageText());
+        std::fprintf(options.help ? stdout : stderr, "%s%s%s", error.c_str(), error.empty() ? "" : "\n",
+                     host::UsageText());
         return options.help ? 0 : 2;
     }
     ::LocalFree(argv);
@@ -276,8 +290,10 @@ int main() {
     const std::wstring hostFolder = HostFolder();
     host::Sandbox sandbox(options.profile.empty() ? hostFolder + L"demo" : options.profile, hostFolder);
     std::vector<std::string> modes(5, "ok");
-    if (options.offline) modes.assign(5, "dead");
-    else modes[0] = options.primaryMode;
+    if (options.offline)
+        modes.assign(5, "dead");
+    else
+        modes[0] = options.primaryMode;
     if (!sandbox.Prepare(options.keep, error) || !sandbox.StartRoutingServers(modes, options.maxAgeSeconds, error) ||
         !sandbox.WriteServerAddressFiles(error)) {
         std::fprintf(stderr, "startup-host: %s\n", error.c_str());
@@ -338,7 +354,8 @@ int main() {
             RequestWatcher watcher(sandbox, quiet);
             route->ZRVInfoInitialise(false, routed);
             const auto requests = ClientStandIn::RouteRequests();
-            if (routed && HasLog("Zorvane::GetZRVInfoFromLocal", L"update ZRV from remote fail,use confilefile update")) {
+            if (routed &&
+                HasLog("Zorvane::GetZRVInfoFromLocal", L"update ZRV from remote fail,use confilefile update")) {
                 report.routeSource = "route cache, last resort: no routing server answered";
             } else if (routed && !requests.empty()) {
                 report.routeSource = "routing server (" + sandbox.ServerRole(requests.back()) + ")";

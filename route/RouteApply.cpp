@@ -30,7 +30,7 @@ void Zorvane::ZRVInfoInitialise(bool fromCache, bool& succeeded) {
             }
         }
     } catch (...) {
-        grs::route::LogCaughtException(__LINE__, kZRVInfoInitialise);
+        grs::log::CurrentException(__LINE__, kZRVInfoInitialise);
         succeeded = false;
     }
 }

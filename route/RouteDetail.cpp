@@ -158,14 +158,4 @@ const RouteSetter* FindRouteSetter(const std::wstring& key) {
     return nullptr;
 }
 
-void LogCaughtException(int line, const char* function) noexcept {
-    try {
-        throw;
-    } catch (const std::exception& e) {
-        grs::log::Exception(line, function, e.what());
-    } catch (...) {
-        grs::log::Exception(line, function, nullptr);
-    }
-}
-
 }  // namespace grs::route

@@ -69,8 +69,4 @@ struct RouteSetter {
 // The setter for a key (exact, case-sensitive), null when the key is unknown.
 const RouteSetter* FindRouteSetter(const std::wstring& key);
 
-// Logs the exception being handled as "[function] text" at severity 5. Call
-// only from inside a catch block.
-void LogCaughtException(int line, const char* function) noexcept;
-
 }  // namespace grs::route

@@ -51,7 +51,7 @@ bool Zorvane::GetDeserialize(st_ZRVInfo*& record, std::string json) {
             return FillRecord(*record, root);
         }
     } catch (...) {
-        grs::route::LogCaughtException(__LINE__, kGetDeserialize);
+        grs::log::CurrentException(__LINE__, kGetDeserialize);
     }
     // Text the reader cannot take (wrong member types, too deep): a failed
     // answer, so that nobody uses what was half read.

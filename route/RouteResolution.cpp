@@ -65,7 +65,7 @@ st_ZRVInfo* Zorvane::GetZRVInfo(bool fromCache) {
         if (record != nullptr && record->isSuccess != 1) Drop(record);
         return record;
     } catch (...) {
-        grs::route::LogCaughtException(__LINE__, kGetZRVInfo);
+        grs::log::CurrentException(__LINE__, kGetZRVInfo);
         Drop(record);
         return nullptr;
     }
@@ -109,7 +109,7 @@ bool Zorvane::GetZRVInfoFromRemote(st_ZRVInfo*& record, std::wstring baseUrl) {
         grs::log::Info(__LINE__, kFromRemote, "update zrv from remote.");
         return true;
     } catch (...) {
-        grs::route::LogCaughtException(__LINE__, kFromRemote);
+        grs::log::CurrentException(__LINE__, kFromRemote);
         // An answer that could not be handled counts as none.
         if (!hadRecord) Drop(record);
         return false;
@@ -162,7 +162,7 @@ void Zorvane::GetZRVInfoFromLocal(st_ZRVInfo*& record, bool checkFreshness) {
         }
         Drop(record);
     } catch (...) {
-        grs::route::LogCaughtException(__LINE__, kFromLocal);
+        grs::log::CurrentException(__LINE__, kFromLocal);
         Drop(record);
     }
 }

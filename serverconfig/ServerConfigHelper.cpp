@@ -40,17 +40,6 @@ constexpr const char* kInitLocalServiceUrl = "ServerConfigHelper::InitLocalServi
 // The file is read whole into a buffer of this size; a larger one is refused.
 constexpr unsigned long long kReadBufferSize = 1048576;
 
-// Logs the exception being handled; call only from inside a catch block.
-void LogCurrentException(int line, const char* function) noexcept {
-    try {
-        throw;
-    } catch (const std::exception& e) {
-        grs::log::Exception(line, function, e.what());
-    } catch (...) {
-        grs::log::Exception(line, function, nullptr);
-    }
-}
-
 enum class Region { Asia, Europe, Russia, Default };
 
 // First match wins: a country in both sets counts as Asian.
@@ -241,7 +230,7 @@ ServerConfigHelper::ServerConfigHelper()
         std::wstring& moduleDirectory = grs::ModuleDirectory();
         if (moduleDirectory.empty()) moduleDirectory = grs::DirectoryWithSeparator(MainModulePath());
     } catch (...) {
-        LogCurrentException(__LINE__, "ServerConfigHelper::ServerConfigHelper");
+        grs::log::CurrentException(__LINE__, "ServerConfigHelper::ServerConfigHelper");
     }
 }
 
@@ -273,7 +262,7 @@ bool ServerConfigHelper::isFileExist(bool isTest) {
         grs::log::Info(119, kIsFileExist, "Load serverconfig to init url");
         return true;
     } catch (...) {
-        LogCurrentException(__LINE__, kIsFileExist);
+        grs::log::CurrentException(__LINE__, kIsFileExist);
     }
     return false;
 }
@@ -288,7 +277,7 @@ void ServerConfigHelper::Load(std::wstring countryCode, bool /*isTest*/) {
         // A move leaves the map either as it was or wholly replaced.
         if (entry != serversByCountry.end()) m_servers = std::move(entry->second);
     } catch (...) {
-        LogCurrentException(156, kLoad);
+        grs::log::CurrentException(156, kLoad);
     }
 }
 
@@ -322,7 +311,7 @@ std::wstring ServerConfigHelper::GetServerAddress(ServiceAddressEnum service, bo
         const auto address = m_servers.find(key->second);
         return address == m_servers.end() ? std::wstring() : address->second;
     } catch (...) {
-        LogCurrentException(__LINE__, kGetServerAddress);
+        grs::log::CurrentException(__LINE__, kGetServerAddress);
     }
     return std::wstring();
 }
@@ -332,6 +321,6 @@ void ServerConfigHelper::InitLocalServiceUrl() {
         GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
         for (const ServiceStep& step : kServiceSteps) (store->*step.setter)(GetServerAddress(step.service, false));
     } catch (...) {
-        LogCurrentException(__LINE__, kInitLocalServiceUrl);
+        grs::log::CurrentException(__LINE__, kInitLocalServiceUrl);
     }
 }

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "core/IniFile.h"
+#include "core/Guarded.h"
 #include "core/Log.h"
 #include "core/PathUtil.h"
 
@@ -63,27 +64,7 @@ bool ChangeExistingFile(const std::wstring& path, Change&& change) {
     return true;
 }
 
-// Runs an operation's body; an exception becomes the usual "[tag] what" log
-// line and the `failed` result, so that nothing escapes to the client.
-template <typename Result, typename Body>
-Result Guarded(int line, const char* tag, Result failed, Body&& body) noexcept {
-    try {
-        return body();
-    } catch (const std::exception& e) {
-        log::Exception(line, tag, e.what());
-    } catch (...) {
-        log::Exception(line, tag, nullptr);
-    }
-    return failed;
-}
-
-template <typename Body>
-void Guarded(int line, const char* tag, Body&& body) noexcept {
-    Guarded(line, tag, false, [&body] {
-        body();
-        return true;
-    });
-}
+using ::grs::Guarded;
 
 // Gets or adds the section and the key and assigns the value, overwriting.
 void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value);

@@ -41,7 +41,8 @@ void ParseRawHeaders(const std::wstring& raw, std::map<std::string, std::string>
         const size_t end = text.find("\r\n", start);
         const std::string line = text.substr(start, end == std::string::npos ? std::string::npos : end - start);
         const size_t colon = line.find(':');
-        if (colon != std::string::npos && colon > 0) headers[Trim(line.substr(0, colon))] = Trim(line.substr(colon + 1));
+        if (colon != std::string::npos && colon > 0)
+            headers[Trim(line.substr(0, colon))] = Trim(line.substr(colon + 1));
         start = end;
     }
 }
@@ -87,14 +88,20 @@ HttpResponse SendHttpRequest(const std::wstring& url, const std::wstring& method
     UniqueInternet request(::WinHttpOpenRequest(connection.get(), method.c_str(), path.c_str(), nullptr,
                                                 WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES, flags));
     if (!request) return Failed(response, "open the request");
+    // A server that accepts and never answers is bounded by this one, not by
+    // the session's receive time-out (WinHTTP's default is 90 s, Wine's none).
+    DWORD responseTimeout = static_cast<DWORD>(receiveMs);
+    ::WinHttpSetOption(request.get(), WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &responseTimeout,
+                       sizeof responseTimeout);
+    ::WinHttpSetTimeouts(request.get(), resolveMs, connectMs, sendMs, receiveMs);
 
     std::wstring headerText;
     for (const auto& header : headers) headerText += FromUtf8(header.first + ": " + header.second + "\r\n");
-    const BOOL sent = ::WinHttpSendRequest(
-        request.get(), headerText.empty() ? WINHTTP_NO_ADDITIONAL_HEADERS : headerText.c_str(),
-        headerText.empty() ? 0 : static_cast<DWORD>(-1L),
-        body.empty() ? WINHTTP_NO_REQUEST_DATA : const_cast<char*>(body.data()), static_cast<DWORD>(body.size()),
-        static_cast<DWORD>(body.size()), 0);
+    const BOOL sent =
+        ::WinHttpSendRequest(request.get(), headerText.empty() ? WINHTTP_NO_ADDITIONAL_HEADERS : headerText.c_str(),
+                             headerText.empty() ? 0 : static_cast<DWORD>(-1L),
+                             body.empty() ? WINHTTP_NO_REQUEST_DATA : const_cast<char*>(body.data()),
+                             static_cast<DWORD>(body.size()), static_cast<DWORD>(body.size()), 0);
     if (!sent) return Failed(response, "send");
     if (!::WinHttpReceiveResponse(request.get(), nullptr)) return Failed(response, "receive the answer");
 
@@ -109,8 +116,8 @@ HttpResponse SendHttpRequest(const std::wstring& url, const std::wstring& method
                           &rawSize, WINHTTP_NO_HEADER_INDEX);
     if (rawSize > 0 && rawSize < (1u << 20)) {
         std::wstring raw(rawSize / sizeof(wchar_t) + 1, L'\0');
-        if (::WinHttpQueryHeaders(request.get(), WINHTTP_QUERY_RAW_HEADERS_CRLF, WINHTTP_HEADER_NAME_BY_INDEX,
-                                  &raw[0], &rawSize, WINHTTP_NO_HEADER_INDEX)) {
+        if (::WinHttpQueryHeaders(request.get(), WINHTTP_QUERY_RAW_HEADERS_CRLF, WINHTTP_HEADER_NAME_BY_INDEX, &raw[0],
+                                  &rawSize, WINHTTP_NO_HEADER_INDEX)) {
             raw.resize(rawSize / sizeof(wchar_t));
             ParseRawHeaders(raw, response.headers);
         }

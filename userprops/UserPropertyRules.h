@@ -10,37 +10,12 @@
 #include <variant>
 #include <vector>
 
+#include "core/Guarded.h"
 #include "core/Log.h"
 #include "settings/ClientInitialize.h"
 #include "settings/SettingsFiles.h"
 
 namespace grs {
-
-// --- Exception edge ------------------------------------------------------
-// Runs `body`; an exception is logged as "[function] what" and `failure` is
-// returned instead, so nothing escapes an exported operation or a thread.
-template <typename Result, typename Body>
-Result Guarded(int line, const char* function, Result failure, Body&& body) noexcept {
-    try {
-        return body();
-    } catch (const std::exception& e) {
-        log::Exception(line, function, e.what());
-    } catch (...) {
-        log::Exception(line, function, nullptr);
-    }
-    return failure;
-}
-
-template <typename Body>
-void Guarded(int line, const char* function, Body&& body) noexcept {
-    try {
-        body();
-    } catch (const std::exception& e) {
-        log::Exception(line, function, e.what());
-    } catch (...) {
-        log::Exception(line, function, nullptr);
-    }
-}
 
 // --- Property rows ---------------------------------------------------------
 using settings::FieldText;

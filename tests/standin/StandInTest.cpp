@@ -164,3 +164,21 @@ TEST(StandIn, HttpClassesPostWithHeadersAndReportStatus) {
 }
 
 }  // namespace
+
+namespace {
+
+// A server that accepts and never answers must not hold the caller longer
+// than the configured time-outs.
+TEST(StandIn, SilentServerIsBoundedByTheTimeouts) {
+    grs::test::StandInSandbox sandbox;
+    ClientStandIn::SetHttpTimeouts(500, 500, 500, 500);
+    LoopbackHttpServer server;
+    ASSERT_TRUE(server.Start());
+    HttpAnswer silent;
+    silent.neverAnswer = true;
+    server.SetDefaultAnswer(silent);
+    std::map<std::string, std::string> headers;
+    EXPECT_EQ(AccountSession::GetInstance()->GetZrvRemoteInfo(server.BaseUrl() + L"/zrv", headers), "");
+}
+
+}  // namespace

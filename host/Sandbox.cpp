@@ -5,108 +5,133 @@
 #include <algorithm>
 #include <cctype>
 
+#include "support/Files.h"
+
 namespace host {
 
 namespace {
 
 // The services of the server address file, as the client names them.
-const char* const kServiceKeys[] = {
-    "zrv",  "zrvbak",  "zrvbak1",  "zrvbakru",  "zrvbakeu",  "cas",  "upas",  "portal",  "basic",  "vfs",  "cloudphoto",
-    "business",  "feedbackannex",  "feedbackwithannex",  "feedbacklog",  "terms",  "gw",  "user",  "club",  "consumer",
-    "cbs",  "pimds",  "configbasic",  "operqrtserverid",  "trs",  "push",  "testzavkooperqrturl",  "netping",
-    "familyshare",  "consumerbusiness",  "syncserverurl",  "cloudphotov2",  "userInformationservice",  "help",
-    "ubaurl",  "opensource",  "content",  "cbsv3",  "extension",  "cloudsyncdrive",  "qirentccpcurl",  "scopeurl",
-    "dataExtract",  "cloudServiceAgreement",  "dmpUpload",  "logPingUrl"};
+const char* const kServiceKeys[] = {"zrv",
+                                    "zrvbak",
+                                    "zrvbak1",
+                                    "zrvbakru",
+                                    "zrvbakeu",
+                                    "cas",
+                                    "upas",
+                                    "portal",
+                                    "basic",
+                                    "vfs",
+                                    "cloudphoto",
+                                    "business",
+                                    "feedbackannex",
+                                    "feedbackwithannex",
+                                    "feedbacklog",
+                                    "terms",
+                                    "gw",
+                                    "user",
+                                    "club",
+                                    "consumer",
+                                    "cbs",
+                                    "pimds",
+                                    "configbasic",
+                                    "operqrtserverid",
+                                    "trs",
+                                    "push",
+                                    "testzavkooperqrturl",
+                                    "netping",
+                                    "familyshare",
+                                    "consumerbusiness",
+                                    "syncserverurl",
+                                    "cloudphotov2",
+                                    "userInformationservice",
+                                    "help",
+                                    "ubaurl",
+                                    "opensource",
+                                    "content",
+                                    "cbsv3",
+                                    "extension",
+                                    "cloudsyncdrive",
+                                    "qirentccpcurl",
+                                    "scopeurl",
+                                    "dataExtract",
+                                    "cloudServiceAgreement",
+                                    "dmpUpload",
+                                    "logPingUrl"};
 
 // What routing servers answer: the package's own group and a default group.
-const char* const kRoutedKeys[] = {"cas", "upas", "portal", "basic", "vfs", "cloudphoto", "business", "terms", "gw",
-                                   "user", "club", "consumer", "cbs", "cbsv3", "pim", "familyshare", "feedbackannex",
-                                   "feedbackwithannex", "feedbacklog", "operqrtserverid", "testzavkooperqrturl",
-                                   "configbasic", "consumerbusiness", "syncserverurl", "userInformationservice",
-                                   "help", "cloudphotov2", "ubaurl", "opensource", "content", "extensions", "trs",
-                                   "push", "pushToken", "cloudsyncdrive", "dataExtract", "cloudServiceAgreement",
-                                   "omcdn", "omcdnBypass"};
+const char* const kRoutedKeys[] = {"cas",
+                                   "upas",
+                                   "portal",
+                                   "basic",
+                                   "vfs",
+                                   "cloudphoto",
+                                   "business",
+                                   "terms",
+                                   "gw",
+                                   "user",
+                                   "club",
+                                   "consumer",
+                                   "cbs",
+                                   "cbsv3",
+                                   "pim",
+                                   "familyshare",
+                                   "feedbackannex",
+                                   "feedbackwithannex",
+                                   "feedbacklog",
+                                   "operqrtserverid",
+                                   "testzavkooperqrturl",
+                                   "configbasic",
+                                   "consumerbusiness",
+                                   "syncserverurl",
+                                   "userInformationservice",
+                                   "help",
+                                   "cloudphotov2",
+                                   "ubaurl",
+                                   "opensource",
+                                   "content",
+                                   "extensions",
+                                   "trs",
+                                   "push",
+                                   "pushToken",
+                                   "cloudsyncdrive",
+                                   "dataExtract",
+                                   "cloudServiceAgreement",
+                                   "omcdn",
+                                   "omcdnBypass"};
 
 const char* const kRegions[] = {"cn", "dr2", "dr3", "dr4"};
 const wchar_t* const kRegionFiles[] = {L"ServerConfig", L"ServerConfigDR2", L"ServerConfigDR3", L"ServerConfigDR4"};
 
-void RemoveTree(const std::wstring& path) {
-    const DWORD attributes = ::GetFileAttributesW(path.c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES) return;
-    ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-    if (!(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
-        ::DeleteFileW(path.c_str());
-        return;
-    }
-    WIN32_FIND_DATAW data;
-    HANDLE find = ::FindFirstFileW((path + L"\\*").c_str(), &data);
-    if (find != INVALID_HANDLE_VALUE) {
-        do {
-            const std::wstring name = data.cFileName;
-            if (name != L"." && name != L"..") RemoveTree(path + L"\\" + name);
-        } while (::FindNextFileW(find, &data));
-        ::FindClose(find);
-    }
-    ::RemoveDirectoryW(path.c_str());
-}
-
 bool CreateTree(const std::wstring& folder) {
-    if (::CreateDirectoryW(folder.c_str(), nullptr) || ::GetLastError() == ERROR_ALREADY_EXISTS) return true;
-    const size_t slash = folder.find_last_of(L"\\/");
-    return slash != std::wstring::npos && slash > 2 && CreateTree(folder.substr(0, slash)) &&
-           (::CreateDirectoryW(folder.c_str(), nullptr) || ::GetLastError() == ERROR_ALREADY_EXISTS);
+    return grs::support::CreateFolderTree(folder);
 }
 
 std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return text;
 }
 
 }  // namespace
 
-std::string ToUtf8(const std::wstring& text) {
-    if (text.empty()) return std::string();
-    const int n = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
-    std::string out(static_cast<size_t>(n > 0 ? n : 0), '\0');
-    if (n > 0) ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
-    return out;
-}
-
-std::wstring FromUtf8(const std::string& text) {
-    if (text.empty()) return std::wstring();
-    const int n = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
-    std::wstring out(static_cast<size_t>(n > 0 ? n : 0), L'\0');
-    if (n > 0) ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &out[0], n);
-    return out;
-}
-
 bool WriteTextFile(const std::wstring& path, const std::string& text) {
-    HANDLE file = ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return false;
-    DWORD written = 0;
-    const BOOL ok = ::WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
-    ::CloseHandle(file);
-    return ok && written == text.size();
+    return grs::support::WriteFileBytes(path, text);
 }
 
 std::string ReadTextFile(const std::wstring& path) {
-    HANDLE file = ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return std::string();
-    std::string text;
-    char buffer[65536];
-    DWORD read = 0;
-    while (::ReadFile(file, buffer, sizeof buffer, &read, nullptr) && read > 0) text.append(buffer, read);
-    ::CloseHandle(file);
-    return text;
+    return grs::support::ReadFileBytes(path);
 }
 
-Sandbox::Sandbox(std::wstring root, std::wstring hostFolder) : m_root(std::move(root)), m_hostFolder(std::move(hostFolder)) {}
+Sandbox::Sandbox(std::wstring root, std::wstring hostFolder)
+    : m_root(std::move(root)), m_hostFolder(std::move(hostFolder)) {}
 
-Sandbox::~Sandbox() { StopRoutingServers(); }
+Sandbox::~Sandbox() {
+    StopRoutingServers();
+}
 
 bool Sandbox::Prepare(bool keep, std::string& error) {
-    if (!keep) RemoveTree(m_root);
+    if (!keep) grs::support::RemoveTree(m_root);
     for (const std::wstring& folder : {m_root, AppData(), Profile(), Downloads()}) {
         if (!CreateTree(folder)) {
             error = "cannot create " + ToUtf8(folder);
@@ -166,8 +191,10 @@ bool Sandbox::StartRoutingServers(const std::vector<std::string>& modes, int max
         return false;
     }
 
-    std::wstring command = L"\"" + m_hostFolder + L"route-server.exe\" --routes \"" + routesFile + L"\" --port-file \"" +
-                           portFile + L"\" --slow-ms 1500 --max-age " + std::to_wstring(maxAgeSeconds) + L" --parent-pid " + std::to_wstring(::GetCurrentProcessId());
+    std::wstring command = L"\"" + m_hostFolder + L"route-server.exe\" --routes \"" + routesFile +
+                           L"\" --port-file \"" + portFile + L"\" --slow-ms 1500 --max-age " +
+                           std::to_wstring(maxAgeSeconds) + L" --parent-pid " +
+                           std::to_wstring(::GetCurrentProcessId());
     for (const std::string& mode : modes) command += L" --server " + FromUtf8(mode);
 
     SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};

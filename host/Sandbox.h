@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "support/Files.h"
+
 namespace host {
 
 struct RoutingServer {
@@ -50,7 +52,7 @@ private:
 
 bool WriteTextFile(const std::wstring& path, const std::string& text);
 std::string ReadTextFile(const std::wstring& path);
-std::string ToUtf8(const std::wstring& text);
-std::wstring FromUtf8(const std::string& text);
+using grs::support::FromUtf8;
+using grs::support::ToUtf8;
 
 }  // namespace host

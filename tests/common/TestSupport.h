@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "standin/StandInControl.h"
+#include "support/Files.h"
 
 namespace grs::test {
 
@@ -55,10 +56,10 @@ private:
     TempFolder m_root;
 };
 
-bool CreateFolderTree(const std::wstring& folder);
-void RemoveTree(const std::wstring& path);
-bool WriteFileBytes(const std::wstring& path, const std::string& bytes);
-std::string ReadFileBytes(const std::wstring& path);
+using support::CreateFolderTree;
+using support::ReadFileBytes;
+using support::RemoveTree;
+using support::WriteFileBytes;
 bool FileExists(const std::wstring& path);
 
 // Log lines of the stand-in logger, optionally only of one function.

@@ -17,31 +17,12 @@
 #include <string>
 #include <vector>
 
+#include "support/Files.h"
 #include "tools/route-server/RouteServer.h"
 
 using grs::routeserver::Mode;
 
 namespace {
-
-std::string Narrow(const std::wstring& text) {
-    if (text.empty()) return std::string();
-    const int n = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
-    std::string out(static_cast<size_t>(n > 0 ? n : 0), '\0');
-    if (n > 0) ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
-    return out;
-}
-
-bool ReadFileText(const std::wstring& path, std::string& text) {
-    HANDLE file = ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return false;
-    char buffer[65536];
-    DWORD read = 0;
-    text.clear();
-    while (::ReadFile(file, buffer, sizeof buffer, &read, nullptr) && read > 0 && text.size() < (16u << 20))
-        text.append(buffer, read);
-    ::CloseHandle(file);
-    return true;
-}
 
 int Usage(const char* problem) {
     if (problem) std::fprintf(stderr, "route-server: %s\n", problem);
@@ -67,7 +48,8 @@ int main() {
             routesPath = argv[++i];
         } else if (arg == L"--server" && hasValue) {
             Mode mode;
-            if (!grs::routeserver::ParseMode(Narrow(argv[++i]), mode)) return Usage("unknown server mode");
+            if (!grs::routeserver::ParseMode(grs::support::ToUtf8(argv[++i]), mode))
+                return Usage("unknown server mode");
             modes.push_back(mode);
         } else if (arg == L"--max-age" && hasValue) {
             base.maxAgeSeconds = _wtoi(argv[++i]);
@@ -86,7 +68,9 @@ int main() {
     grs::routeserver::Routes routes;
     std::string text, error;
     if (!routesPath.empty()) {
-        if (!ReadFileText(routesPath, text)) return Usage("cannot read the routes file");
+        if (::GetFileAttributesW(routesPath.c_str()) == INVALID_FILE_ATTRIBUTES)
+            return Usage("cannot read the routes file");
+        text = grs::support::ReadFileBytes(routesPath);
         if (!routes.Load(text, error)) return Usage(error.c_str());
     }
 
@@ -107,7 +91,8 @@ int main() {
         });
         if (!server->Start()) return Usage("cannot listen on 127.0.0.1");
         std::printf("route-server %slistening on http://127.0.0.1:%u\n", label.c_str(), server->Port());
-        portLines += std::string(grs::routeserver::ModeName(options.mode)) + " " + std::to_string(server->Port()) + "\n";
+        portLines +=
+            std::string(grs::routeserver::ModeName(options.mode)) + " " + std::to_string(server->Port()) + "\n";
         servers.push_back(std::move(server));
     }
     std::fflush(stdout);

@@ -26,6 +26,7 @@ as_root() {
 APT_PACKAGES=(cmake ninja-build make perl tcl xz-utils dpkg-dev ca-certificates
   g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
   wine wine64 rapidjson-dev)
+[ "${GRS_WITH_BENCHMARK:-0}" = 1 ] && APT_PACKAGES+=(libsimpleini-dev)
 
 install_tools() {
   local missing=()
@@ -40,6 +41,12 @@ install_tools() {
 Types: deb-src
 URIs: http://deb.debian.org/debian
 Suites: $suite $suite-updates
+Components: main
+Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg
+
+Types: deb-src
+URIs: http://deb.debian.org/debian-security
+Suites: $suite-security
 Components: main
 Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg
 SRC
@@ -60,7 +67,7 @@ src_version() { apt-cache showsrc "$1" 2>/dev/null | awk '/^Version:/{print $2}'
 fetch_source() {
   local pkg=$1 ver=$2 dir="$SRC/$1-$2"
   if [ ! -d "$dir" ]; then
-    mkdir -p "$SRC/dl-$pkg" && (cd "$SRC/dl-$pkg" && apt-get source --download-only -qq "$pkg=$ver" >/dev/null)
+    mkdir -p "$SRC/dl-$pkg" && (cd "$SRC/dl-$pkg" && apt-get source --download-only -qq -o APT::Sandbox::User=root "$pkg=$ver" >/dev/null)
     local orig
     orig=$(ls "$SRC/dl-$pkg"/*.orig.tar.* | grep -v '\.asc$' | head -1)
     mkdir -p "$dir.tmp" && tar -xf "$orig" -C "$dir.tmp" --strip-components=1 && mv "$dir.tmp" "$dir"
@@ -97,6 +104,26 @@ build_googletest() {
   local d; d=$(fetch_source googletest "$v")
   cmake_dep googletest "$v" "$d" -DBUILD_GMOCK=ON -DINSTALL_GTEST=ON -Dgtest_force_shared_crt=ON
   stamp googletest "$v"
+}
+
+# Peers of the INI benchmark: inih (built from its source package) and
+# SimpleIni (header-only, from its binary package).
+# The archive may not serve inih's source: the benchmark then runs without it.
+build_ini_peers() {
+  local v d; v=$(src_version libinih); stamp_ok inih "$v" || {
+    log "inih $v"
+    if d=$(fetch_source libinih "$v" 2>/dev/null) && [ -f "$d/ini.c" ]; then
+      mkdir -p "$PREFIX/lib" "$PREFIX/include"
+      (cd "$d" && $HOST-gcc-posix -O2 -c ini.c -o ini.o && $HOST-ar rcs libinih.a ini.o && rm -f ini.o)
+      cp "$d/libinih.a" "$PREFIX/lib/" && cp "$d/ini.h" "$PREFIX/include/"
+      stamp inih "$v"
+    else
+      rm -rf "$SRC/dl-libinih"
+      log "inih $v: source not available, the INI benchmark runs without it"
+    fi
+  }
+  v=$(dpkg-query -W -f='${Version}' libsimpleini-dev)
+  stamp_ok simpleini "$v" || { cp /usr/include/SimpleIni.h "$PREFIX/include/" && stamp simpleini "$v"; }
 }
 
 build_benchmark() {
@@ -153,6 +180,9 @@ build_jsoncpp
 build_googletest
 build_sqlite
 build_openssl
-[ "${GRS_WITH_BENCHMARK:-0}" = 1 ] && build_benchmark
+if [ "${GRS_WITH_BENCHMARK:-0}" = 1 ]; then
+  build_benchmark
+  build_ini_peers
+fi
 log "dependencies ready in $PREFIX"
 echo "$PREFIX"

@@ -57,6 +57,19 @@ bool WriteAll(HANDLE file, const std::string& bytes) {
     return true;
 }
 
+// Windows refuses to replace a file that another handle has open, even one
+// that shares deletion: a reader of the same settings holds it for a moment
+// only, so the move is tried again for about half a second before giving up.
+bool MoveOver(const std::wstring& from, const std::wstring& to) {
+    constexpr int kRetries = 50;
+    for (int attempt = 0;; ++attempt) {
+        if (::MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return true;
+        const DWORD error = ::GetLastError();
+        if ((error != ERROR_ACCESS_DENIED && error != ERROR_SHARING_VIOLATION) || attempt == kRetries) return false;
+        ::Sleep(10);
+    }
+}
+
 }  // namespace
 
 bool ReplaceFileContent(const std::wstring& path, const std::string& bytes, const char* logFunction) {
@@ -91,7 +104,7 @@ bool ReplaceFileContent(const std::wstring& path, const std::string& bytes, cons
             return false;
         }
     }
-    if (!::MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+    if (!MoveOver(temporary, path)) {
         const DWORD error = ::GetLastError();
         ::DeleteFileW(temporary.c_str());
         LogStep(__LINE__, logFunction, L"Cannot replace the file", error);

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "core/IniFile.h"
-#include "core/PathUtil.h"
 #include "core/UniqueResource.h"
+#include "tests/common/ChildProcess.h"
 #include "tests/common/TestSupport.h"
 
 namespace {
@@ -59,30 +59,10 @@ private:
 
 // Runs only as the child of the test below; saves until it is killed.
 TEST(IniCrashChild, DISABLED_SaveLoop) {
-    wchar_t path[MAX_PATH] = {};
-    if (::GetEnvironmentVariableW(kChildVariable, path, MAX_PATH) == 0) GTEST_SKIP();
+    const std::wstring path = grs::test::ChildParameter(kChildVariable);
+    if (path.empty()) GTEST_SKIP();
     RoundWriter writer;
     for (int round = 1; round <= 100000; ++round) writer.Save(path, round);
-}
-
-grs::UniqueHandle StartChild(const std::wstring& path) {
-    std::wstring command = L"\"" + grs::HostExecutablePath() +
-                           L"\" --gtest_also_run_disabled_tests --gtest_filter=IniCrashChild.DISABLED_SaveLoop";
-    SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
-    grs::UniqueFile nul(
-        ::CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, OPEN_EXISTING, 0, nullptr));
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = nul.get();
-    startup.hStdError = nul.get();
-    PROCESS_INFORMATION process = {};
-    ::SetEnvironmentVariableW(kChildVariable, path.c_str());
-    const BOOL started =
-        ::CreateProcessW(nullptr, &command[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
-    ::SetEnvironmentVariableW(kChildVariable, nullptr);
-    const grs::UniqueHandle thread(started ? process.hThread : nullptr);
-    return grs::UniqueHandle(started ? process.hProcess : nullptr);
 }
 
 TEST(CIniFileW, KilledSaveLeavesAWholeFile) {
@@ -92,7 +72,7 @@ TEST(CIniFileW, KilledSaveLeavesAWholeFile) {
     std::mt19937 random(20240611);
     int lastRound = 0;
     for (int kill = 0; kill < 20; ++kill) {
-        grs::UniqueHandle child = StartChild(path);
+        grs::UniqueHandle child = grs::test::StartChildTest("IniCrashChild.DISABLED_SaveLoop", kChildVariable, path);
         ASSERT_TRUE(child) << ::GetLastError();
         // Wait (bounded) until the child is saving, then kill it a little later.
         for (int poll = 0; poll < 3000 && ::WaitForSingleObject(child.get(), 0) == WAIT_TIMEOUT; ++poll) {
@@ -102,8 +82,7 @@ TEST(CIniFileW, KilledSaveLeavesAWholeFile) {
             ::Sleep(10);
         }
         ::Sleep(random() % 20);
-        ::TerminateProcess(child.get(), 9);
-        ASSERT_EQ(::WaitForSingleObject(child.get(), 30000), WAIT_OBJECT_0);
+        ASSERT_TRUE(grs::test::KillChild(child));
 
         const int round = WholeRound(path);
         ASSERT_GE(round, 0) << "kill " << kill;

@@ -1,0 +1,41 @@
+#include "tests/common/ChildProcess.h"
+
+#include <windows.h>
+
+#include "core/PathUtil.h"
+
+namespace grs::test {
+
+UniqueHandle StartChildTest(const std::string& test, const wchar_t* variable, const std::wstring& value) {
+    std::wstring command = L"\"" + HostExecutablePath() + L"\" --gtest_also_run_disabled_tests --gtest_filter=" +
+                           std::wstring(test.begin(), test.end());
+    SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
+    UniqueFile nul(
+        ::CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, OPEN_EXISTING, 0, nullptr));
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = nul.get();
+    startup.hStdError = nul.get();
+    PROCESS_INFORMATION process = {};
+    // The child inherits the environment as it is at creation.
+    ::SetEnvironmentVariableW(variable, value.c_str());
+    const BOOL started =
+        ::CreateProcessW(nullptr, &command[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+    ::SetEnvironmentVariableW(variable, nullptr);
+    const UniqueHandle thread(started ? process.hThread : nullptr);
+    return UniqueHandle(started ? process.hProcess : nullptr);
+}
+
+std::wstring ChildParameter(const wchar_t* variable) {
+    wchar_t value[1024] = {};
+    const DWORD length = ::GetEnvironmentVariableW(variable, value, 1024);
+    return length == 0 || length >= 1024 ? std::wstring() : std::wstring(value, length);
+}
+
+bool KillChild(const UniqueHandle& child) {
+    ::TerminateProcess(child.get(), 9);
+    return ::WaitForSingleObject(child.get(), 30000) == WAIT_OBJECT_0;
+}
+
+}  // namespace grs::test

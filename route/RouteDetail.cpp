@@ -42,31 +42,6 @@ long long ReadInt64(const std::string& text) {
 
 }  // namespace
 
-bool JsonNestsDeeperThan(const std::string& text, size_t limit) {
-    size_t depth = 0;
-    const size_t size = text.size();
-    for (size_t i = 0; i < size; ++i) {
-        const char c = text[i];
-        if (c == '"') {
-            for (++i; i < size && text[i] != '"'; ++i) {
-                if (text[i] == '\\') ++i;
-            }
-        } else if (c == '/' && i + 1 < size && text[i + 1] == '/') {
-            i = text.find('\n', i);
-            if (i == std::string::npos) return false;
-        } else if (c == '/' && i + 1 < size && text[i + 1] == '*') {
-            i = text.find("*/", i + 2);
-            if (i == std::string::npos) return false;
-            ++i;
-        } else if (c == '[' || c == '{') {
-            if (++depth > limit) return true;
-        } else if ((c == ']' || c == '}') && depth > 0) {
-            --depth;
-        }
-    }
-    return false;
-}
-
 std::string CachePeriodText(const std::string& cacheControl) {
     const size_t equals = cacheControl.rfind('=');
     const size_t start = equals == std::string::npos ? 0 : equals + 1;

@@ -9,6 +9,7 @@
 #include <string>
 
 class GlobalParamWrapper;
+struct st_ZRVInfo;
 
 namespace grs::route {
 
@@ -31,6 +32,12 @@ constexpr size_t kMaxJsonNesting = 64;
 // True when arrays and objects nest deeper than `limit` anywhere in `text`
 // (brackets inside strings and comments do not count).
 bool JsonNestsDeeperThan(const std::string& text, size_t limit);
+
+// The record's JSON form (Zorvane::GetDeserialize and SerializeZRV), kept free
+// of the singleton so that it can be checked on its own. ReadRouteRecord
+// allocates the record when it is null and never throws.
+bool ReadRouteRecord(st_ZRVInfo*& record, const std::string& json);
+std::string WriteRouteRecord(const st_ZRVInfo& record);
 
 // The validity period carried by a "Cache-Control" value: at most five
 // characters after its last '=', or from its start when it has none.

@@ -62,6 +62,40 @@ bool IsAscii(const std::string& bytes) {
     return true;
 }
 
+// UTF-16LE, two bytes per code unit. A wchar_t is one UTF-16 unit on Windows;
+// the byte-wise form serves builds whose wchar_t is wider.
+std::wstring FromUtf16Le(const char* data, size_t units) {
+    std::wstring text(units, L'\0');
+    if (units == 0) return text;
+    if constexpr (sizeof(wchar_t) == 2) {
+        std::memcpy(&text[0], data, units * 2);
+    } else {
+        const auto* bytes = reinterpret_cast<const unsigned char*>(data);
+        for (size_t i = 0; i < units; ++i) text[i] = static_cast<wchar_t>(bytes[2 * i] | (bytes[2 * i + 1] << 8));
+    }
+    return text;
+}
+
+std::string ToUtf16Le(const std::wstring& text) {
+    std::string bytes(text.size() * 2, '\0');
+    if (text.empty()) return bytes;
+    if constexpr (sizeof(wchar_t) == 2) {
+        std::memcpy(&bytes[0], text.data(), text.size() * 2);
+    } else {
+        for (size_t i = 0; i < text.size(); ++i) {
+            bytes[2 * i] = static_cast<char>(text[i] & 0xFF);
+            bytes[2 * i + 1] = static_cast<char>((text[i] >> 8) & 0xFF);
+        }
+    }
+    return bytes;
+}
+
+// Plain bytes are taken for UTF-8 when they are valid UTF-8 and not all ASCII.
+bool ReadsAsUtf8(const std::string& bytes) {
+    return !IsAscii(bytes) && ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(),
+                                                    static_cast<int>(bytes.size()), nullptr, 0) > 0;
+}
+
 std::wstring Decode(const std::string& bytes, IniEncoding& encoding) {
     std::wstring text;
     if (bytes.empty()) {
@@ -69,8 +103,7 @@ std::wstring Decode(const std::string& bytes, IniEncoding& encoding) {
     } else if (bytes.size() >= 2 && bytes.compare(0, 2, "\xFF\xFE") == 0) {
         encoding = IniEncoding::Utf16Le;
         // An odd trailing byte is not a character: dropped.
-        text.resize((bytes.size() - 2) / 2);
-        if (!text.empty()) std::memcpy(&text[0], bytes.data() + 2, text.size() * sizeof(wchar_t));
+        text = FromUtf16Le(bytes.data() + 2, (bytes.size() - 2) / 2);
     } else if (bytes.size() >= 3 && bytes.compare(0, 3, "\xEF\xBB\xBF") == 0) {
         encoding = IniEncoding::Utf8Bom;
         DecodeBytes(CP_UTF8, 0, bytes.data() + 3, bytes.size() - 3, text);
@@ -93,8 +126,11 @@ std::string Encode(const std::wstring& text, IniEncoding& encoding) {
             ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), size, nullptr, 0, nullptr, &lossy);
         if (length > 0 && !lossy) {
             std::string bytes(static_cast<size_t>(length), '\0');
+            // Bytes that happen to form UTF-8 would be read back as UTF-8,
+            // which is other text: those go the way of lossy text.
             if (::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), size, &bytes[0], length, nullptr,
-                                      nullptr) == length)
+                                      nullptr) == length &&
+                !ReadsAsUtf8(bytes))
                 return bytes;
         }
         // The code page cannot carry this text: UTF-16 with a byte-order mark
@@ -103,9 +139,7 @@ std::string Encode(const std::wstring& text, IniEncoding& encoding) {
     }
     switch (encoding) {
         case IniEncoding::Utf16Le: {
-            std::string bytes("\xFF\xFE", 2);
-            bytes.append(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
-            return bytes;
+            return std::string("\xFF\xFE", 2) + ToUtf16Le(text);
         }
         case IniEncoding::Utf8Bom:
             return "\xEF\xBB\xBF" + grs::WideToUtf8(text);

@@ -25,7 +25,8 @@ enum class IniEncoding {
     Utf8Bom,      // UTF-8 with a byte-order mark
     Utf8,         // plain bytes, valid UTF-8, at least one of them not ASCII
     AnsiCodePage  // any other plain bytes (ASCII included): the system's ANSI code page;
-                  // text that code page cannot carry turns the file into UTF-16LE
+                  // text that code page cannot carry, or whose bytes would read
+                  // back as UTF-8, turns the file into UTF-16LE
 };
 
 }  // namespace grs

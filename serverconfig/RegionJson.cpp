@@ -86,8 +86,14 @@ RegionScan ScanRegion(const std::string& jsonText, const std::string& regionName
         scan.syntaxError = true;
         return scan;
     }
+    // The parser's UTF-8 check reads up to three continuation bytes after a
+    // lead byte even when the terminator comes first: spare terminators keep
+    // a text that ends in a broken sequence from being read past its end.
+    std::string padded;
+    padded.reserve(jsonText.size() + 4);
+    padded.append(jsonText).append(4, '\0');
     RegionHandler handler(regionName, scan);
-    rapidjson::StringStream stream(jsonText.c_str());
+    rapidjson::StringStream stream(padded.c_str());
     rapidjson::Reader reader;
     const rapidjson::ParseResult result =
         reader.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag>(stream, handler);

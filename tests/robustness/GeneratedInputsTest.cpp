@@ -80,6 +80,26 @@ TEST(GeneratedIni, SavedDocumentsLoadBackInEveryEncoding) {
     }
 }
 
+// Inputs the native fuzz targets once broke (see fuzz/regressions).
+TEST(FuzzFindings, StayFixed) {
+    TempFolder folder;
+    const std::wstring path = folder / L"found.ini";
+    // Plain bytes read in the ANSI code page whose rewrite would be valid
+    // UTF-8 (the comment that made them invalid is dropped on save).
+    for (const std::string bytes :
+         {std::string(" [ \0\0\0\x06;S\xEF\xBB\xBF]\n\xF2", 16), std::string("[s]\nk=\xC3\xA9\n#\xE9\n")}) {
+        ASSERT_TRUE(WriteFileBytes(path, bytes));
+        CIniFileW first, second;
+        ASSERT_EQ(first.Load(path), 1);
+        ASSERT_EQ(first.Save(path), 1);
+        ASSERT_EQ(second.Load(path), 1);
+        EXPECT_EQ(second.RenderText(), first.RenderText());
+    }
+    // A broken UTF-8 sequence at the very end of a server address file.
+    EXPECT_TRUE(ScanRegion("\"r\xF4\xFF", "cn").syntaxError);
+    EXPECT_TRUE(ScanRegion("{\"cn\":{\"zrv\":\"\xF0", "cn").syntaxError);
+}
+
 // --- Decimal numbers --------------------------------------------------------
 
 // What a digits-only text (optionally signed) means: its value, or the bound

@@ -1,0 +1,57 @@
+#!/usr/bin/env bash
+# Builds the native fuzz targets (clang, libFuzzer, AddressSanitizer,
+# UndefinedBehaviorSanitizer) and runs each for a bounded time. Exits non-zero
+# when a target finds a crash or a broken invariant; the input that did it is
+# left in the build folder (crash-*, leak-*, timeout-*).
+#
+#   scripts/fuzz.sh                 every target, 60 s each
+#   scripts/fuzz.sh 300 RegionFuzz  one target, 300 s
+#   GRS_FUZZ_BUILD=dir              build folder (default: build-fuzz)
+set -euo pipefail
+ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+SECONDS_EACH=${1:-60}
+shift || true
+TARGETS=("$@")
+[ "${#TARGETS[@]}" -gt 0 ] || TARGETS=(IniDocumentFuzz DecimalFuzz RouteRecordFuzz RegionFuzz)
+BUILD=${GRS_FUZZ_BUILD:-$ROOT/build-fuzz}
+case "$BUILD" in /*) ;; *) BUILD="$ROOT/$BUILD" ;; esac
+
+log() { printf '[fuzz] %s\n' "$*" >&2; }
+as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
+
+# libFuzzer comes with clang's runtime package on Debian 12.
+PACKAGES=(clang libclang-rt-14-dev cmake ninja-build libjsoncpp-dev rapidjson-dev)
+missing=()
+for p in "${PACKAGES[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
+done
+if [ "${#missing[@]}" -gt 0 ]; then
+  log "apt: ${missing[*]}"
+  as_root apt-get update -qq
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
+
+CXX=clang++ cmake -S "$ROOT/fuzz" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build "$BUILD" -j "$(nproc 2>/dev/null || echo 2)"
+
+failed=()
+for target in "${TARGETS[@]}"; do
+  corpus="$BUILD/corpus/$target"
+  mkdir -p "$corpus"
+  # Inputs that once broke a target are replayed first, every run.
+  seeds=()
+  [ -d "$ROOT/fuzz/regressions/$target" ] && seeds=("$ROOT/fuzz/regressions/$target")
+  log "$target: ${SECONDS_EACH} s"
+  if ! (cd "$BUILD" && "./$target" -max_total_time="$SECONDS_EACH" -max_len=4096 -timeout=10 -rss_limit_mb=2048 \
+        -print_final_stats=1 "$corpus" "${seeds[@]}" 2>"$BUILD/$target.log"); then
+    failed+=("$target")
+    tail -n 40 "$BUILD/$target.log" >&2
+  else
+    grep -E '^stat::number_of_executed_units' "$BUILD/$target.log" | sed "s/^/[fuzz] $target /" >&2 || true
+  fi
+done
+if [ "${#failed[@]}" -gt 0 ]; then
+  log "FAILED: ${failed[*]} (inputs in $BUILD)"
+  exit 1
+fi
+log "no crash in ${#TARGETS[@]} targets"

@@ -1,0 +1,414 @@
+// The library's file readers against well-known peers on the same bytes: the
+// INI document (SimpleIni, inih, the private-profile functions), the server
+// address file (RapidJSON), the route cache (jsoncpp) and the thumbnail
+// cache copy (a bare CopyFileW walk).
+#include <benchmark/benchmark.h>
+#include <json/json.h>
+#include <windows.h>
+
+#include <memory>
+#include <string>
+
+// The Debian header carries its implementation behind this switch.
+#define SI_IMPLEMENTATION
+#include "SimpleIni.h"
+#include "bench/Ratios.h"
+#include "core/IniFile.h"
+#include "core/TextUtil.h"
+#include "route/Zorvane.h"
+#include "serverconfig/JsonConfig.h"
+#include "serverconfig/RegionJson.h"
+#include "serverconfig/ServerConfigHelper.h"
+#include "serverconfig/ServerConfigPaths.h"
+#include "settings/ClientInitialize.h"
+#include "tests/common/TestSupport.h"
+
+#include "rapidjson/document.h"
+#if defined(GRS_HAVE_INIH)
+#include "ini.h"
+#endif
+
+namespace {
+
+using grs::test::ReadFileBytes;
+using grs::test::WriteFileBytes;
+
+grs::test::StandInSandbox& Sandbox() {
+    static grs::test::StandInSandbox* sandbox = new grs::test::StandInSandbox;
+    return *sandbox;
+}
+
+std::wstring File(const std::wstring& name) {
+    return Sandbox().Root() / name;
+}
+
+// --- INI ---------------------------------------------------------------------
+
+// "Setting.ini" as the client leaves it: the created keys, the start-up and
+// auto-start keys, and a few dozen upgrade values.
+std::string SettingIni() {
+    std::string text =
+        "[Setting]\nLanguage=zh-CN\nInstallLanguage=zh-CN\nCheckTime=\nIsJoinUserExperiencePlan=1\nPlatform=x64\n"
+        "DiscreteTime=1440\nSapceOMVersion=0\nNoticeOMVersion=0\nVersion=17.0.0.300\nErrorLimitingTime=\n"
+        "IsGuidRun=0\nIsOpenSyncGuide=0\nDmpUploadUrl=https://dmp.example.com/upload\n"
+        "LogPingUrl=https://log.example.com/ping\nIsAutoCheckUpdate=1\nIsAutoStartUp=1\nFirstStart=0\n"
+        "NoticeCreateLink=1\nIsFirstStartUp=false\nInstallTime=1700000000\nUpgradeTime=1700100000\n";
+    for (int i = 0; i < 19; ++i) text += "UpgradeKey" + std::to_string(i) + "=value-" + std::to_string(i * 7919) + "\n";
+    return text;
+}
+
+std::string SyntheticIni(int keys) {
+    std::string text;
+    for (int i = 0; i < keys; ++i) {
+        if (i % 100 == 0) text += "[Section" + std::to_string(i / 100) + "]\n";
+        text += "Key" + std::to_string(i) + "=some value number " + std::to_string(i) + "\n";
+    }
+    return text;
+}
+
+struct IniCase {
+    const char* figure;
+    std::wstring path;
+    std::wstring saved;
+};
+
+void IniCIniFileW(benchmark::State& state, const IniCase* c) {
+    for (auto _ : state) {
+        CIniFileW ini;
+        ini.Load(c->path);
+        ini.Save(c->saved);
+    }
+}
+
+void IniCIniFileWLoad(benchmark::State& state, const IniCase* c) {
+    for (auto _ : state) {
+        CIniFileW ini;
+        benchmark::DoNotOptimize(ini.Load(c->path));
+    }
+}
+
+void IniSimpleIni(benchmark::State& state, const IniCase* c) {
+    for (auto _ : state) {
+        CSimpleIniW ini;
+        ini.LoadFile(c->path.c_str());
+        ini.SaveFile(c->saved.c_str());
+    }
+}
+
+void IniSimpleIniLoad(benchmark::State& state, const IniCase* c) {
+    for (auto _ : state) {
+        CSimpleIniW ini;
+        benchmark::DoNotOptimize(ini.LoadFile(c->path.c_str()));
+    }
+}
+
+// Every key of the file through GetPrivateProfileStringW, one call each.
+void IniPrivateProfile(benchmark::State& state, const IniCase* c) {
+    CIniFileW ini;
+    ini.Load(c->path);
+    std::vector<std::pair<std::wstring, std::wstring>> keys;
+    const std::wstring text = ini.RenderText();
+    std::wstring section;
+    for (size_t start = 0; start < text.size();) {
+        const size_t end = text.find(L'\n', start);
+        const std::wstring line = text.substr(start, end - start);
+        if (line[0] == L'[') {
+            section = line.substr(1, line.size() - 2);
+        } else {
+            keys.emplace_back(section, line.substr(0, line.find(L'=')));
+        }
+        start = end + 1;
+    }
+    wchar_t value[260];
+    for (auto _ : state) {
+        for (const auto& key : keys)
+            ::GetPrivateProfileStringW(key.first.c_str(), key.second.c_str(), L"", value, 260, c->path.c_str());
+    }
+}
+
+#if defined(GRS_HAVE_INIH)
+void IniInih(benchmark::State& state, const IniCase* c) {
+    const std::string path = grs::WideToMultiByte(c->path, 0);
+    const std::string saved = grs::WideToMultiByte(c->saved, 0);
+    for (auto _ : state) {
+        // inih only reads: the peer keeps the pairs and writes them back.
+        std::string out;
+        ini_parse(
+            path.c_str(),
+            [](void* user, const char* section, const char* name, const char* value) -> int {
+                std::string& text = *static_cast<std::string*>(user);
+                text.append(section).append(".").append(name).append("=").append(value).append("\n");
+                return 1;
+            },
+            &out);
+        WriteFileBytes(c->saved, out);
+    }
+}
+#endif
+
+// --- Server address file ---------------------------------------------------------
+
+std::string ServerFile(size_t targetBytes) {
+    static const char* const keys[] = {
+        "zrv",         "zrvbak",        "zrvbak1",    "zrvbakru",    "zrvbakeu",        "cas", "upas", "portal",
+        "basic",       "vfs",           "cloudphoto", "business",    "terms",           "gw",  "user", "club",
+        "consumer",    "cbs",           "pimds",      "configbasic", "operqrtserverid", "trs", "push", "netping",
+        "familyshare", "syncserverurl", "help",       "ubaurl",      "content"};
+    std::string json = "{";
+    int region = 0;
+    do {
+        const std::string name = region < 4 ? std::vector<std::string>{"cn", "dr2", "dr3", "dr4"}[region]
+                                            : "archive" + std::to_string(region);
+        json += (region ? ",\"" : "\"") + name + "\":{";
+        for (size_t k = 0; k < sizeof keys / sizeof keys[0]; ++k)
+            json += (k ? ",\"" : "\"") + std::string(keys[k]) + "\":\"https://" + keys[k] + "-" + name +
+                    ".cloud.example.com/\"";
+        json += "}";
+        ++region;
+    } while (json.size() + 1200 < targetBytes);
+    return json + "}";
+}
+
+struct ServerCase {
+    std::wstring directory;
+    std::string bytes;
+};
+
+void ServerHelper(benchmark::State& state, const ServerCase* c) {
+    grs::ModuleDirectory() = c->directory;
+    ClientStandIn::SetText(ClientStandIn::Text::CountryCode, L"CN");
+    for (auto _ : state) {
+        ServerConfigHelper helper;
+        benchmark::DoNotOptimize(helper.isFileExist(false));
+        state.PauseTiming();
+        ClientStandIn::ClearSetterCalls();
+        ClientStandIn::ClearLogLines();
+        state.ResumeTiming();
+    }
+}
+
+void ServerRapidJson(benchmark::State& state, const ServerCase* c) {
+    for (auto _ : state) {
+        rapidjson::Document document;
+        document.Parse(c->bytes.c_str());
+        benchmark::DoNotOptimize(document.HasParseError());
+    }
+}
+
+// The library's region reader alone, on the bytes in memory.
+void ServerScanRegion(benchmark::State& state, const ServerCase* c) {
+    for (auto _ : state) benchmark::DoNotOptimize(grs::ScanRegion(c->bytes, "cn").servers.size());
+}
+
+void ServerReadAndRapidJson(benchmark::State& state, const ServerCase* c) {
+    for (auto _ : state) {
+        const std::string bytes = ReadFileBytes(c->directory + L"ServerConfig");
+        rapidjson::Document document;
+        document.Parse(bytes.c_str());
+        benchmark::DoNotOptimize(document.HasParseError());
+    }
+}
+
+// --- Route cache -------------------------------------------------------------
+
+std::string RouteCache() {
+    Json::Value services;
+    for (int g = 0; g < 5; ++g)
+        for (int k = 0; k < 40; ++k)
+            services["group" + std::to_string(g)]["service" + std::to_string(k)] =
+                "https://service" + std::to_string(k) + ".group" + std::to_string(g) + ".cloud.example.com/";
+    services["com.example.ombrine"]["portal"] = "https://portal.example.com";
+    Json::Value root;
+    root["countryCode"] = "CN";
+    root["currentTime"] = std::to_string(static_cast<long long>(::time(nullptr)) * 1000);
+    root["effectivePeriod"] = "86400000";
+    root["isSuccess"] = 1;
+    root["services"] = services;
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    return Json::writeString(builder, root);
+}
+
+void PrepareRouteCache(const std::string& text) {
+    ClientStandIn::SetText(ClientStandIn::Text::CurrentCountryCode, L"CN");
+    WriteFileBytes(ClientStandIn::ContentFilePath(5), text);
+}
+
+void RouteGetZRVInfo(benchmark::State& state, const std::string* text) {
+    PrepareRouteCache(*text);
+    for (auto _ : state) delete Zorvane::GetInstance()->GetZRVInfo(true);
+}
+
+void RouteInitialise(benchmark::State& state, const std::string* text) {
+    PrepareRouteCache(*text);
+    bool applied = false;
+    for (auto _ : state) {
+        Zorvane::GetInstance()->ZRVInfoInitialise(true, applied);
+        state.PauseTiming();
+        ClientStandIn::ClearSetterCalls();
+        ClientStandIn::ClearLogLines();
+        state.ResumeTiming();
+    }
+    if (!applied) state.SkipWithError("the cache was not applied");
+}
+
+// The record parser alone, on the text in memory.
+void RouteGetDeserialize(benchmark::State& state, const std::string* text) {
+    for (auto _ : state) {
+        st_ZRVInfo* record = nullptr;
+        Zorvane::GetInstance()->GetDeserialize(record, *text);
+        delete record;
+    }
+}
+
+void RouteJsoncpp(benchmark::State& state, const std::string* text) {
+    for (auto _ : state) {
+        Json::Reader reader;
+        Json::Value root;
+        benchmark::DoNotOptimize(reader.parse(text->data(), text->data() + text->size(), root));
+    }
+}
+
+// --- Thumbnail cache copy ------------------------------------------------------
+
+// 2,000 files of 2 to 40 KiB in nested folders.
+std::wstring ThumbnailTree() {
+    const std::wstring root = File(L"thumbs-src");
+    for (int f = 0; f < 2000; ++f) {
+        const std::wstring folder = root + L"\\d" + std::to_wstring(f % 10) + L"\\e" + std::to_wstring(f / 10 % 20);
+        grs::test::CreateFolderTree(folder);
+        WriteFileBytes(folder + L"\\t" + std::to_wstring(f) + L".jpg",
+                       std::string(2048 + static_cast<size_t>(f * 7919 % 38912), static_cast<char>(f)));
+    }
+    return root;
+}
+
+void BareCopyTree(const std::wstring& source, const std::wstring& destination) {
+    ::CreateDirectoryW(destination.c_str(), nullptr);
+    WIN32_FIND_DATAW entry;
+    HANDLE find = ::FindFirstFileW((source + L"\\*").c_str(), &entry);
+    if (find == INVALID_HANDLE_VALUE) return;
+    do {
+        const std::wstring name = entry.cFileName;
+        if (name == L"." || name == L"..") continue;
+        if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+            BareCopyTree(source + L"\\" + name, destination + L"\\" + name);
+        } else {
+            ::CopyFileW((source + L"\\" + name).c_str(), (destination + L"\\" + name).c_str(), FALSE);
+        }
+    } while (::FindNextFileW(find, &entry));
+    ::FindClose(find);
+}
+
+void CopyCheckCacheFile(benchmark::State& state, const std::wstring* source) {
+    const std::wstring destination = File(L"thumbs-lib");
+    ClientInitialize::CheckCacheFile(*source, destination);  // both copy over existing files
+    for (auto _ : state) {
+        ClientInitialize::CheckCacheFile(*source, destination);
+        state.PauseTiming();
+        ClientStandIn::ClearLogLines();
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * 2000);
+}
+
+void CopyBare(benchmark::State& state, const std::wstring* source) {
+    const std::wstring destination = File(L"thumbs-bare");
+    BareCopyTree(*source, destination);
+    for (auto _ : state) BareCopyTree(*source, destination);
+    state.SetItemsProcessed(state.iterations() * 2000);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Sandbox();
+    // The stand-in logger opens and closes its file for every line; the
+    // client's own logger does not. NUL keeps that cost out of the figures.
+    ClientStandIn::SetLogFile(L"NUL");
+
+    // Files are written once; every benchmark reads the same bytes.
+    static IniCase setting{"Setting.ini, 40 keys", File(L"Setting40.ini"), File(L"Setting40-saved.ini")};
+    static IniCase synthetic{"synthetic, 5,000 keys", File(L"Synthetic5000.ini"), File(L"Synthetic5000-saved.ini")};
+    WriteFileBytes(setting.path, SettingIni());
+    WriteFileBytes(synthetic.path, SyntheticIni(5000));
+    static ServerCase realistic{File(L"server-5k") + L"\\", ServerFile(5 * 1024)};
+    static ServerCase large{File(L"server-1m") + L"\\", ServerFile(1024 * 1024 - 2048)};
+    for (ServerCase* c : {&realistic, &large}) {
+        grs::test::CreateFolderTree(c->directory);
+        WriteFileBytes(c->directory + L"ServerConfig", c->bytes);
+    }
+    ServerConfigHelper first;  // the module directory is filled once, then redirected per case
+    static const std::string routeCache = RouteCache();
+    static const std::wstring thumbnails = ThumbnailTree();
+
+    using benchmark::RegisterBenchmark;
+    for (const auto& ini : {std::make_pair("IniSetting40", &setting), std::make_pair("IniSynthetic5000", &synthetic)}) {
+        const std::string figure = ini.first;
+        RegisterBenchmark((figure + "/CIniFileW").c_str(), IniCIniFileW, ini.second);
+        RegisterBenchmark((figure + "/SimpleIni").c_str(), IniSimpleIni, ini.second);
+        RegisterBenchmark((figure + "Load/CIniFileW").c_str(), IniCIniFileWLoad, ini.second);
+        RegisterBenchmark((figure + "Load/SimpleIni").c_str(), IniSimpleIniLoad, ini.second);
+        RegisterBenchmark((figure + "/GetPrivateProfileStringW").c_str(), IniPrivateProfile, ini.second);
+#if defined(GRS_HAVE_INIH)
+        RegisterBenchmark((figure + "/inih").c_str(), IniInih, ini.second);
+#endif
+    }
+    RegisterBenchmark("Server5k/isFileExist", ServerHelper, &realistic);
+    RegisterBenchmark("Server5k/RapidJSON", ServerRapidJson, &realistic);
+    RegisterBenchmark("Server5k/ReadFileAndRapidJSON", ServerReadAndRapidJson, &realistic);
+    RegisterBenchmark("Server5k/ScanRegion", ServerScanRegion, &realistic);
+    RegisterBenchmark("Server1M/isFileExist", ServerHelper, &large);
+    RegisterBenchmark("Server1M/RapidJSON", ServerRapidJson, &large);
+    RegisterBenchmark("Server1M/ReadFileAndRapidJSON", ServerReadAndRapidJson, &large);
+    RegisterBenchmark("Server1M/ScanRegion", ServerScanRegion, &large);
+    RegisterBenchmark("RouteCache/GetZRVInfo", RouteGetZRVInfo, &routeCache);
+    RegisterBenchmark("RouteCache/ZRVInfoInitialise", RouteInitialise, &routeCache);
+    RegisterBenchmark("RouteCache/jsoncpp", RouteJsoncpp, &routeCache);
+    RegisterBenchmark("RouteCache/GetDeserialize", RouteGetDeserialize, &routeCache);
+    RegisterBenchmark("ThumbnailCopy/CheckCacheFile", CopyCheckCacheFile, &thumbnails)->Iterations(3);
+    RegisterBenchmark("ThumbnailCopy/CopyFileW", CopyBare, &thumbnails)->Iterations(3);
+
+    using grs::bench::Ratio;
+    std::vector<Ratio> ratios = {
+        {"INI load+save, Setting.ini 40 keys: CIniFileW / SimpleIni", "IniSetting40/CIniFileW",
+         "IniSetting40/SimpleIni", 1.0, true},
+        {"INI load+save, 5,000 keys: CIniFileW / SimpleIni", "IniSynthetic5000/CIniFileW", "IniSynthetic5000/SimpleIni",
+         1.0, true},
+        {"INI load only, 40 keys: CIniFileW / SimpleIni", "IniSetting40Load/CIniFileW", "IniSetting40Load/SimpleIni",
+         1.0, true},
+        {"INI load only, 5,000 keys: CIniFileW / SimpleIni", "IniSynthetic5000Load/CIniFileW",
+         "IniSynthetic5000Load/SimpleIni", 1.0, true},
+        {"INI, 40 keys: CIniFileW / inih", "IniSetting40/CIniFileW", "IniSetting40/inih", 2.0, true},
+        {"INI, 5,000 keys: CIniFileW / inih", "IniSynthetic5000/CIniFileW", "IniSynthetic5000/inih", 2.0, true},
+        {"INI, 40 keys: CIniFileW / GetPrivateProfileStringW per key", "IniSetting40/CIniFileW",
+         "IniSetting40/GetPrivateProfileStringW", 0, true},
+        {"INI, 5,000 keys: CIniFileW / GetPrivateProfileStringW per key", "IniSynthetic5000/CIniFileW",
+         "IniSynthetic5000/GetPrivateProfileStringW", 0, true},
+        {"Server file 5 KB: isFileExist / RapidJSON parse", "Server5k/isFileExist", "Server5k/RapidJSON", 1.5, true},
+        {"Server file 5 KB: isFileExist / file read + RapidJSON", "Server5k/isFileExist",
+         "Server5k/ReadFileAndRapidJSON", 1.5, true},
+        {"Server file 1 MiB: isFileExist / RapidJSON parse", "Server1M/isFileExist", "Server1M/RapidJSON", 1.5, true},
+        {"Server file 1 MiB: isFileExist / file read + RapidJSON", "Server1M/isFileExist",
+         "Server1M/ReadFileAndRapidJSON", 1.5, true},
+        {"Server file 5 KB: region reader alone / RapidJSON parse", "Server5k/ScanRegion", "Server5k/RapidJSON", 0,
+         true},
+        {"Server file 1 MiB: region reader alone / RapidJSON parse", "Server1M/ScanRegion", "Server1M/RapidJSON", 0,
+         true},
+        {"Route cache: GetZRVInfo(true) / jsoncpp parse", "RouteCache/GetZRVInfo", "RouteCache/jsoncpp", 1.5, true},
+        {"Route cache: ZRVInfoInitialise(true) / jsoncpp parse", "RouteCache/ZRVInfoInitialise", "RouteCache/jsoncpp",
+         1.5, true},
+        {"Route cache: GetDeserialize alone / jsoncpp parse", "RouteCache/GetDeserialize", "RouteCache/jsoncpp", 0,
+         true},
+        {"Thumbnail copy, 2,000 files: CheckCacheFile / CopyFileW walk", "ThumbnailCopy/CheckCacheFile",
+         "ThumbnailCopy/CopyFileW", 0.9, false},
+    };
+    grs::bench::Note("files: Setting.ini " + std::to_string(SettingIni().size()) + " bytes, synthetic " +
+                     std::to_string(SyntheticIni(5000).size()) + " bytes, server files " +
+                     std::to_string(realistic.bytes.size()) + " and " + std::to_string(large.bytes.size()) +
+                     " bytes, route cache " + std::to_string(routeCache.size()) + " bytes");
+#if !defined(GRS_HAVE_INIH)
+    grs::bench::Note("inih: not built (its source package could not be fetched), no inih figures");
+#endif
+    return grs::bench::RunAndPrintRatios(argc, argv, ratios);
+}

@@ -1,0 +1,73 @@
+#include "bench/Ratios.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+
+namespace grs::bench {
+
+namespace {
+
+std::vector<std::string>& Notes() {
+    static std::vector<std::string> notes;
+    return notes;
+}
+
+// Keeps the best seconds per iteration of every benchmark as it reports.
+class BestTimes : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& runs) override {
+        ConsoleReporter::ReportRuns(runs);
+        for (const Run& run : runs) {
+            if (run.run_type != Run::RT_Iteration || run.iterations == 0 || run.error_occurred) continue;
+            const double seconds = run.real_accumulated_time / static_cast<double>(run.iterations);
+            const auto found = best.find(run.run_name.function_name);
+            if (found == best.end() || seconds < found->second) best[run.run_name.function_name] = seconds;
+        }
+    }
+    std::map<std::string, double> best;
+};
+
+}  // namespace
+
+void Note(const std::string& line) {
+    Notes().push_back(line);
+}
+
+int RunAndPrintRatios(int argc, char** argv, const std::vector<Ratio>& ratios) {
+    benchmark::Initialize(&argc, argv);
+    BestTimes reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+
+    std::printf("\n%-66s %9s  %s\n", "ratio (ours / peer, best time per iteration)", "value", "goal");
+    for (const Ratio& ratio : ratios) {
+        const auto ours = reporter.best.find(ratio.ours);
+        const auto peer = reporter.best.find(ratio.peer);
+        if (ours == reporter.best.end() || peer == reporter.best.end() || peer->second <= 0) {
+            std::printf("%-66s %9s\n", ratio.label.c_str(), "n/a");
+            continue;
+        }
+        const double value = ours->second / peer->second;
+        std::string goal;
+        if (ratio.goal > 0) {
+            // A throughput goal of g is a time ratio of at most 1/g.
+            const double limit = ratio.atMost ? ratio.goal : 1.0 / ratio.goal;
+            char text[96];
+            if (ratio.atMost) {
+                std::snprintf(text, sizeof text, "<= %.2fx", ratio.goal);
+            } else {
+                std::snprintf(text, sizeof text, "throughput >= %.2fx (time ratio <= %.2fx)", ratio.goal, limit);
+            }
+            goal = std::string(text) + (value <= limit ? ": met" : ": MISSED");
+        }
+        std::printf("%-66s %8.2fx  %s\n", ratio.label.c_str(), value, goal.c_str());
+    }
+    for (const std::string& line : Notes()) std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+    return 0;
+}
+
+}  // namespace grs::bench

@@ -354,14 +354,13 @@ int main(int argc, char** argv) {
         RegisterBenchmark((figure + "/inih").c_str(), IniInih, ini.second);
 #endif
     }
-    RegisterBenchmark("Server5k/isFileExist", ServerHelper, &realistic);
-    RegisterBenchmark("Server5k/RapidJSON", ServerRapidJson, &realistic);
-    RegisterBenchmark("Server5k/ReadFileAndRapidJSON", ServerReadAndRapidJson, &realistic);
-    RegisterBenchmark("Server5k/ScanRegion", ServerScanRegion, &realistic);
-    RegisterBenchmark("Server1M/isFileExist", ServerHelper, &large);
-    RegisterBenchmark("Server1M/RapidJSON", ServerRapidJson, &large);
-    RegisterBenchmark("Server1M/ReadFileAndRapidJSON", ServerReadAndRapidJson, &large);
-    RegisterBenchmark("Server1M/ScanRegion", ServerScanRegion, &large);
+    for (const auto& server : {std::make_pair("Server5k", &realistic), std::make_pair("Server1M", &large)}) {
+        const std::string figure = server.first;
+        RegisterBenchmark((figure + "/isFileExist").c_str(), ServerHelper, server.second);
+        RegisterBenchmark((figure + "/RapidJSON").c_str(), ServerRapidJson, server.second);
+        RegisterBenchmark((figure + "/ReadFileAndRapidJSON").c_str(), ServerReadAndRapidJson, server.second);
+        RegisterBenchmark((figure + "/ScanRegion").c_str(), ServerScanRegion, server.second);
+    }
     RegisterBenchmark("RouteCache/GetZRVInfo", RouteGetZRVInfo, &routeCache);
     RegisterBenchmark("RouteCache/ZRVInfoInitialise", RouteInitialise, &routeCache);
     RegisterBenchmark("RouteCache/jsoncpp", RouteJsoncpp, &routeCache);

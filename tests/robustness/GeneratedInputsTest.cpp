@@ -2,6 +2,9 @@
 // crash or throw, and each parser keeps its invariant.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <memory>

@@ -78,7 +78,9 @@ std::wstring Column(sqlite3_stmt* statement, int index) {
                 : std::wstring();
 }
 
-std::wstring CurrentUser() { return AccountSession::GetInstance()->GetCurrentUserID(); }
+std::wstring CurrentUser() {
+    return AccountSession::GetInstance()->GetCurrentUserID();
+}
 
 // Inserts or replaces one row; the row keeps its place when it existed.
 bool Upsert(sqlite3* connection, const std::wstring& user, const std::wstring& key, const std::wstring& value) {
@@ -90,6 +92,23 @@ bool Upsert(sqlite3* connection, const std::wstring& user, const std::wstring& k
     Bind(statement.get(), 2, key);
     Bind(statement.get(), 3, value);
     return sqlite3_step(statement.get()) == SQLITE_DONE;
+}
+
+// Runs `work` for the current user in one transaction: all of it or nothing.
+template <typename Work>
+void InTransaction(Work work) {
+    try {
+        const std::wstring user = CurrentUser();
+        Database& db = Db();
+        std::lock_guard<std::mutex> lock(db.mutex);
+        sqlite3* connection = Connection(db);
+        if (connection == nullptr ||
+            sqlite3_exec(connection, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK)
+            return;
+        const bool ok = work(connection, user);
+        sqlite3_exec(connection, ok ? "COMMIT" : "ROLLBACK", nullptr, nullptr, nullptr);
+    } catch (...) {
+    }
 }
 
 }  // namespace
@@ -157,38 +176,20 @@ void InsertUserProperties(const std::wstring& key, const std::wstring& value) {
 }
 
 void InsertUserProperties(std::vector<UserProperties>& properties) {
-    try {
-        const std::wstring user = CurrentUser();
-        Database& db = Db();
-        std::lock_guard<std::mutex> lock(db.mutex);
-        sqlite3* connection = Connection(db);
-        if (connection == nullptr || sqlite3_exec(connection, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK)
-            return;
-        bool ok = true;
-        for (const UserProperties& row : properties) ok = ok && Upsert(connection, user, row.key, row.value);
-        sqlite3_exec(connection, ok ? "COMMIT" : "ROLLBACK", nullptr, nullptr, nullptr);
-    } catch (...) {
-    }
+    InTransaction([&properties](sqlite3* connection, const std::wstring& user) {
+        for (const UserProperties& row : properties)
+            if (!Upsert(connection, user, row.key, row.value)) return false;
+        return true;
+    });
 }
 
 void DeleteAllUserProperties() {
-    try {
-        const std::wstring user = CurrentUser();
-        Database& db = Db();
-        std::lock_guard<std::mutex> lock(db.mutex);
-        sqlite3* connection = Connection(db);
-        if (connection == nullptr || sqlite3_exec(connection, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK)
-            return;
+    InTransaction([](sqlite3* connection, const std::wstring& user) {
         Statement statement = Prepare(connection, "DELETE FROM user_properties WHERE user_id = ?1");
-        bool ok = statement != nullptr;
-        if (ok) {
-            Bind(statement.get(), 1, user);
-            ok = sqlite3_step(statement.get()) == SQLITE_DONE;
-        }
-        statement.reset();
-        sqlite3_exec(connection, ok ? "COMMIT" : "ROLLBACK", nullptr, nullptr, nullptr);
-    } catch (...) {
-    }
+        if (!statement) return false;
+        Bind(statement.get(), 1, user);
+        return sqlite3_step(statement.get()) == SQLITE_DONE;
+    });
 }
 
 }  // namespace PropertyDb::MainDatabaseProvider

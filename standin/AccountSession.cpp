@@ -12,9 +12,13 @@ AccountSession* AccountSession::GetInstance() {
     return &instance;
 }
 
-std::wstring AccountSession::GetCurrentUserID() const { return TextOf(Text::CurrentUserID); }
+std::wstring AccountSession::GetCurrentUserID() const {
+    return TextOf(Text::CurrentUserID);
+}
 
-std::wstring AccountSession::GetCurrentCountryCode() const { return TextOf(Text::CurrentCountryCode); }
+std::wstring AccountSession::GetCurrentCountryCode() const {
+    return TextOf(Text::CurrentCountryCode);
+}
 
 std::string AccountSession::GetZrvRemoteInfo(std::wstring url, std::map<std::string, std::string>& headers) {
     try {

@@ -24,12 +24,22 @@ struct AnyBasicHttpLibStrategy::Impl {
 AnyIHttpLibStrategy::~AnyIHttpLibStrategy() = default;
 
 AnyBasicHttpLibStrategy::AnyBasicHttpLibStrategy() : m_impl(new Impl()) {}
-AnyBasicHttpLibStrategy::~AnyBasicHttpLibStrategy() { delete m_impl; }
+AnyBasicHttpLibStrategy::~AnyBasicHttpLibStrategy() {
+    delete m_impl;
+}
 
-void AnyBasicHttpLibStrategy::SetUrl(const std::string& url) { m_impl->url = url; }
-void AnyBasicHttpLibStrategy::SetLogFunction(const std::function<void(const std::string&)>& log) { m_impl->log = log; }
-void AnyBasicHttpLibStrategy::SetHttpRequestMethod(AnyHttpRequestMethod method) { m_impl->method = method; }
-void AnyBasicHttpLibStrategy::SetPostData(const std::string& body) { m_impl->body = body; }
+void AnyBasicHttpLibStrategy::SetUrl(const std::string& url) {
+    m_impl->url = url;
+}
+void AnyBasicHttpLibStrategy::SetLogFunction(const std::function<void(const std::string&)>& log) {
+    m_impl->log = log;
+}
+void AnyBasicHttpLibStrategy::SetHttpRequestMethod(AnyHttpRequestMethod method) {
+    m_impl->method = method;
+}
+void AnyBasicHttpLibStrategy::SetPostData(const std::string& body) {
+    m_impl->body = body;
+}
 void AnyBasicHttpLibStrategy::SetHeaders(const std::map<std::string, std::string>& headers) {
     m_impl->headers = headers;
 }
@@ -39,8 +49,8 @@ int AnyBasicHttpLibStrategy::Perform(std::string& response) {
         // The address arrives in the ANSI code page.
         std::wstring url;
         if (!m_impl->url.empty()) {
-            const int n = ::MultiByteToWideChar(CP_ACP, 0, m_impl->url.data(), static_cast<int>(m_impl->url.size()),
-                                                nullptr, 0);
+            const int n =
+                ::MultiByteToWideChar(CP_ACP, 0, m_impl->url.data(), static_cast<int>(m_impl->url.size()), nullptr, 0);
             url.resize(n > 0 ? static_cast<size_t>(n) : 0);
             if (n > 0)
                 ::MultiByteToWideChar(CP_ACP, 0, m_impl->url.data(), static_cast<int>(m_impl->url.size()), &url[0], n);

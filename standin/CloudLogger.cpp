@@ -22,6 +22,8 @@ struct LogState {
     std::deque<LogLine> lines;
     std::wstring file;  // empty: "<app-data>\ClientStandIn\client.log"
     int echoSeverity = 0;
+    std::wstring openPath;  // the file `handle` writes to
+    grs::UniqueFile handle;
 };
 
 LogState& Log() {
@@ -49,12 +51,16 @@ void Append(LogLine line) noexcept {
             const std::wstring folder = DataFolder();
             if (!folder.empty()) path = folder + L"\\client.log";
         }
-        if (!path.empty()) {
-            grs::UniqueFile file(::CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                               nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-            DWORD written = 0;
-            if (file) ::WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+        // Kept open between lines, as a logger would; reopened when the path changes.
+        if (path != log.openPath || !log.handle) {
+            log.handle.reset(path.empty() ? INVALID_HANDLE_VALUE
+                                          : ::CreateFileW(path.c_str(), FILE_APPEND_DATA,
+                                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                                          nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+            log.openPath = path;
         }
+        DWORD written = 0;
+        if (log.handle) ::WriteFile(log.handle.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
         if (log.echoSeverity > 0 && line.severity >= log.echoSeverity) {
             std::fputs(text.c_str(), stderr);
             std::fflush(stderr);
@@ -74,8 +80,8 @@ CloudLogger* CloudLogger::GetInstance() {
     return &instance;
 }
 
-void CloudLogger::Output(ModuleType module, LogSeverity severity, int line, std::string function,
-                         std::wstring message, bool flag) {
+void CloudLogger::Output(ModuleType module, LogSeverity severity, int line, std::string function, std::wstring message,
+                         bool flag) {
     try {
         Append({static_cast<int>(module), static_cast<int>(severity), line, std::move(function), std::move(message),
                 true, flag});
@@ -83,8 +89,8 @@ void CloudLogger::Output(ModuleType module, LogSeverity severity, int line, std:
     }
 }
 
-void CloudLogger::Output(ModuleType module, LogSeverity severity, int line, std::string function,
-                         std::string message, bool flag) {
+void CloudLogger::Output(ModuleType module, LogSeverity severity, int line, std::string function, std::string message,
+                         bool flag) {
     try {
         Append({static_cast<int>(module), static_cast<int>(severity), line, std::move(function), FromUtf8(message),
                 false, flag});
@@ -112,6 +118,8 @@ void SetLogFile(const std::wstring& path) {
     LogState& log = Log();
     std::lock_guard<std::mutex> lock(log.mutex);
     log.file = path;
+    log.handle.reset();  // a test may remove the old file's folder right after
+    log.openPath.clear();
 }
 
 void SetLogEcho(int minimumSeverity) {

@@ -1,10 +1,57 @@
 // Configuration content, persisted per kind as UTF-8 files in the app-data
-// folder and read back from disk on every call, so it survives restarts.
+// folder, so it survives restarts. The last content read or written is kept
+// in memory while the file's time stamp and size say it is unchanged.
 #include "core/collaborators/ConfigEntityManager.h"
+
+#include <map>
+#include <mutex>
 
 #include "standin/StandInState.h"
 
 using namespace ClientStandIn::detail;
+
+namespace {
+
+struct CachedContent {
+    FILETIME written = {};
+    unsigned long long size = 0;
+    std::wstring content;
+};
+
+std::mutex& CacheMutex() {
+    static std::mutex* mutex = new std::mutex;
+    return *mutex;
+}
+
+std::map<std::wstring, CachedContent>& Cache() {
+    static auto* cache = new std::map<std::wstring, CachedContent>;
+    return *cache;
+}
+
+bool Stamp(const std::wstring& path, FILETIME& written, unsigned long long& size) {
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (!::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return false;
+    written = data.ftLastWriteTime;
+    size = (static_cast<unsigned long long>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+    return true;
+}
+
+void Remember(const std::wstring& path, const std::wstring& content) {
+    CachedContent entry;
+    if (!Stamp(path, entry.written, entry.size)) return;
+    entry.content = content;
+    std::lock_guard<std::mutex> lock(CacheMutex());
+    Cache()[path] = std::move(entry);
+}
+
+}  // namespace
+
+namespace ClientStandIn::detail {
+void ForgetConfigContent() {
+    std::lock_guard<std::mutex> lock(CacheMutex());
+    Cache().clear();
+}
+}  // namespace ClientStandIn::detail
 
 ConfigEntityManager* ConfigEntityManager::GetInstance() {
     static ConfigEntityManager instance;
@@ -14,9 +61,21 @@ ConfigEntityManager* ConfigEntityManager::GetInstance() {
 std::wstring ConfigEntityManager::GetConfigContentByType(ConfigEntityEnum kind) {
     try {
         const std::wstring path = ClientStandIn::ContentFilePath(static_cast<int>(kind));
+        if (path.empty()) return std::wstring();
+        FILETIME written = {};
+        unsigned long long size = 0;
+        if (!Stamp(path, written, size)) return std::wstring();
+        {
+            std::lock_guard<std::mutex> lock(CacheMutex());
+            auto it = Cache().find(path);
+            if (it != Cache().end() && it->second.size == size && ::CompareFileTime(&it->second.written, &written) == 0)
+                return it->second.content;
+        }
         std::string bytes;
-        if (path.empty() || !ReadWholeFile(path, bytes)) return std::wstring();
-        return FromUtf8(bytes);
+        if (!ReadWholeFile(path, bytes)) return std::wstring();
+        std::wstring content = FromUtf8(bytes);
+        Remember(path, content);
+        return content;
     } catch (...) {
         return std::wstring();
     }
@@ -25,7 +84,7 @@ std::wstring ConfigEntityManager::GetConfigContentByType(ConfigEntityEnum kind) 
 void ConfigEntityManager::updateConfigContent(ConfigEntityEnum kind, std::wstring& content) {
     try {
         const std::wstring path = ClientStandIn::ContentFilePath(static_cast<int>(kind));
-        if (!path.empty()) WriteFileReplacing(path, ToUtf8(content));
+        if (!path.empty() && WriteFileReplacing(path, ToUtf8(content))) Remember(path, content);
     } catch (...) {
     }
 }

@@ -8,10 +8,14 @@ using namespace ClientStandIn::detail;
 
 #define STANDIN_WIDEN_(text) L##text
 #define STANDIN_WIDEN(text) STANDIN_WIDEN_(text)
-#define STANDIN_SETTER(Name) \
-    void GlobalParamWrapper::Set##Name(const std::wstring& url) { RecordSetter(STANDIN_WIDEN(#Name), url); }
-#define STANDIN_GETTER(Name) \
-    std::wstring GlobalParamWrapper::Get##Name() { return AddressOf(STANDIN_WIDEN(#Name)); }
+#define STANDIN_SETTER(Name)                                      \
+    void GlobalParamWrapper::Set##Name(const std::wstring& url) { \
+        RecordSetter(STANDIN_WIDEN(#Name), url);                  \
+    }
+#define STANDIN_GETTER(Name)                       \
+    std::wstring GlobalParamWrapper::Get##Name() { \
+        return AddressOf(STANDIN_WIDEN(#Name));    \
+    }
 #define STANDIN_ADDRESS(Name) STANDIN_SETTER(Name) STANDIN_GETTER(Name)
 
 GlobalParamWrapper* GlobalParamWrapper::GetInstance() {
@@ -70,7 +74,9 @@ STANDIN_ADDRESS(ZRVBakUrl1)
 STANDIN_ADDRESS(ZRVBakRuUrl)
 STANDIN_ADDRESS(ZRVBakEuUrl)
 
-std::wstring GlobalParamWrapper::GetCountryCode() { return TextOf(Text::CountryCode); }
+std::wstring GlobalParamWrapper::GetCountryCode() {
+    return TextOf(Text::CountryCode);
+}
 
 void GlobalParamWrapper::SetConfigCountryCode(std::wstring& countryCode) {
     State& s = GetState();
@@ -90,13 +96,27 @@ std::unordered_set<std::wstring> GlobalParamWrapper::GetEuropeCountrySet() {
     return s.europe;
 }
 
-std::wstring GlobalParamWrapper::GetPackageName() { return TextOf(Text::PackageName); }
-std::wstring GlobalParamWrapper::GetLocalLanguage() { return TextOf(Text::LocalLanguage); }
-std::wstring GlobalParamWrapper::GetAppDataLocalPath() { return TextOf(Text::AppDataLocalPath); }
-std::wstring GlobalParamWrapper::GetUserProfilePath() { return TextOf(Text::UserProfilePath); }
-std::wstring GlobalParamWrapper::GetUserDownloadsPath() { return TextOf(Text::UserDownloadsPath); }
-std::wstring GlobalParamWrapper::GetPCModel() { return TextOf(Text::PCModel); }
-std::wstring GlobalParamWrapper::GetSystemUUid() { return TextOf(Text::SystemUUid); }
+std::wstring GlobalParamWrapper::GetPackageName() {
+    return TextOf(Text::PackageName);
+}
+std::wstring GlobalParamWrapper::GetLocalLanguage() {
+    return TextOf(Text::LocalLanguage);
+}
+std::wstring GlobalParamWrapper::GetAppDataLocalPath() {
+    return TextOf(Text::AppDataLocalPath);
+}
+std::wstring GlobalParamWrapper::GetUserProfilePath() {
+    return TextOf(Text::UserProfilePath);
+}
+std::wstring GlobalParamWrapper::GetUserDownloadsPath() {
+    return TextOf(Text::UserDownloadsPath);
+}
+std::wstring GlobalParamWrapper::GetPCModel() {
+    return TextOf(Text::PCModel);
+}
+std::wstring GlobalParamWrapper::GetSystemUUid() {
+    return TextOf(Text::SystemUUid);
+}
 
 std::string GlobalParamWrapper::GetUserGradeCode() {
     State& s = GetState();
@@ -104,9 +124,15 @@ std::string GlobalParamWrapper::GetUserGradeCode() {
     return s.userGradeCode;
 }
 
-st_UserInfo* GlobalParamWrapper::GetUserInfo() { return &GetState().userInfo; }
-st_UserPropertiesShow* GlobalParamWrapper::GetUserPropertiesShow() { return &GetState().userPropertiesShow; }
-st_OtherUserProperties* GlobalParamWrapper::GetOtherUserProperties() { return &GetState().otherUserProperties; }
+st_UserInfo* GlobalParamWrapper::GetUserInfo() {
+    return &GetState().userInfo;
+}
+st_UserPropertiesShow* GlobalParamWrapper::GetUserPropertiesShow() {
+    return &GetState().userPropertiesShow;
+}
+st_OtherUserProperties* GlobalParamWrapper::GetOtherUserProperties() {
+    return &GetState().otherUserProperties;
+}
 
 void GlobalParamWrapper::SetErrorLimitingTime(const unsigned long long& time) {
     State& s = GetState();

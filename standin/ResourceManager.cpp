@@ -30,7 +30,9 @@ CResourceManager* CResourceManager::GetInstance() {
     return &instance;
 }
 
-const wchar_t* CResourceManager::GetLanguage() { return Intern(TextOf(Text::UiLanguage)); }
+const wchar_t* CResourceManager::GetLanguage() {
+    return Intern(TextOf(Text::UiLanguage));
+}
 
 const wchar_t* CResourceManager::GetText(const wchar_t* id, const wchar_t* /*type*/) {
     if (id == nullptr) return Intern(std::wstring());

@@ -99,15 +99,24 @@ std::wstring DataFolder() {
     const std::wstring appData = TextOf(Text::AppDataLocalPath);
     if (appData.empty()) return std::wstring();
     const std::wstring folder = appData + L"\\ClientStandIn";
-    EnsureFolder(folder);
+    // Made once per folder: every log line and content read asks for it.
+    static std::mutex* madeMutex = new std::mutex;
+    static std::wstring* made = new std::wstring;
+    std::lock_guard<std::mutex> lock(*madeMutex);
+    if (*made != folder || ::GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) {
+        EnsureFolder(folder);
+        *made = folder;
+    }
     return folder;
 }
 
 std::string ToUtf8(const std::wstring& text) {
     if (text.empty()) return std::string();
-    const int n = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+    const int n =
+        ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
     std::string out(n > 0 ? static_cast<size_t>(n) : 0, '\0');
-    if (n > 0) ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
+    if (n > 0)
+        ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), &out[0], n, nullptr, nullptr);
     return out;
 }
 
@@ -122,8 +131,8 @@ std::wstring FromUtf8(const std::string& text) {
 bool WriteFileReplacing(const std::wstring& path, const std::string& bytes) {
     const std::wstring temporary = path + L".tmp";
     {
-        grs::UniqueFile file(::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                           FILE_ATTRIBUTE_NORMAL, nullptr));
+        grs::UniqueFile file(
+            ::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
         if (!file) return false;
         DWORD written = 0;
         if (!bytes.empty() &&
@@ -143,8 +152,9 @@ bool WriteFileReplacing(const std::wstring& path, const std::string& bytes) {
 }
 
 bool ReadWholeFile(const std::wstring& path, std::string& bytes) {
-    grs::UniqueFile file(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                       nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    grs::UniqueFile file(::CreateFileW(path.c_str(), GENERIC_READ,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                       FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) return false;
     LARGE_INTEGER size = {};
     if (!::GetFileSizeEx(file.get(), &size) || size.QuadPart > (256LL << 20)) return false;
@@ -171,6 +181,7 @@ void Reset() {
         detail::ResetLocked(s);
     }
     SetDatabasePath(std::wstring());  // the default file follows the app-data folder
+    detail::ForgetConfigContent();
 }
 
 void SetText(Text which, const std::wstring& value) {
@@ -182,7 +193,9 @@ void SetText(Text which, const std::wstring& value) {
     if (which == Text::AppDataLocalPath) CloseDatabase();
 }
 
-std::wstring GetText(Text which) { return detail::TextOf(which); }
+std::wstring GetText(Text which) {
+    return detail::TextOf(which);
+}
 
 void SetUserGradeCode(const std::string& code) {
     auto& s = GetState();
@@ -207,7 +220,9 @@ void SetFunctionOpen(int function, bool open) {
     }
 }
 
-std::wstring GetAddress(const std::wstring& name) { return detail::AddressOf(name.c_str()); }
+std::wstring GetAddress(const std::wstring& name) {
+    return detail::AddressOf(name.c_str());
+}
 
 std::vector<SetterCall> SetterCalls() {
     auto& s = GetState();

@@ -63,4 +63,7 @@ std::wstring FromUtf8(const std::string& text);
 bool WriteFileReplacing(const std::wstring& path, const std::string& bytes);
 bool ReadWholeFile(const std::wstring& path, std::string& bytes);
 
+// Drops the configuration content kept in memory (a restart of the client).
+void ForgetConfigContent();
+
 }  // namespace ClientStandIn::detail

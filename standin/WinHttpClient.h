@@ -8,8 +8,8 @@
 namespace ClientStandIn::detail {
 
 struct HttpResponse {
-    int status = 0;             // HTTP status; 0 when no answer arrived
-    unsigned long error = 0;    // Win32/WinHTTP error of the failed step
+    int status = 0;           // HTTP status; 0 when no answer arrived
+    unsigned long error = 0;  // Win32/WinHTTP error of the failed step
     const char* failedStep = "";
     std::string body;
     std::map<std::string, std::string> headers;

@@ -146,6 +146,44 @@ bool ClientInitialize::CopySyncFolderToCache(const std::wstring& sourceFolder, c
     return false;
 }
 
+namespace {
+
+// One file of the cache copy, with what is known of the source already
+// answered: a walk has the entry's attributes and size from its enumeration
+// and need not ask the file system again for each file.
+template <typename SizeOf>
+bool CopyCacheFileWith(const std::wstring& sourceFile, const std::wstring& destinationFile, bool placeholder,
+                       SizeOf sizeOf) {
+    if (placeholder) {
+        grs::log::Info(__LINE__, kCopyCacheFile,
+                       L"CopySyncFolderToCache CopyCacheFile IsPlaceholder srcPath = " + sourceFile);
+        return false;
+    }
+    grs::log::Info(__LINE__, kCopyCacheFile,
+                   L"CopySyncFolderToCache CopyCacheFile srcPath = " + sourceFile + L" destPath = " + destinationFile);
+    if (!grs::IsCopiedCacheSize(sizeOf())) return true;
+    if (::GetFileAttributesW(destinationFile.c_str()) != INVALID_FILE_ATTRIBUTES) {
+        grs::log::Info(__LINE__, kCopyCacheFile, L"CopySyncFolderToCache" + destinationFile + L" to be covered");
+    }
+    {
+        grs::UniqueFile created(::CreateFileW(destinationFile.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_WRITE,
+                                              nullptr, OPEN_ALWAYS, FILE_FLAG_OVERLAPPED, nullptr));
+        if (!created) {
+            grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Create File Fail");
+            return true;
+        }
+    }
+    if (!::CopyFileW(sourceFile.c_str(), destinationFile.c_str(), FALSE)) {
+        grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Copy File Fail");
+        return false;
+    }
+    grs::log::Info(__LINE__, kCopyCacheFile,
+                   L"CopySyncFolderToCache COPYSUCCESS = " + sourceFile + L" destPath = " + destinationFile);
+    return true;
+}
+
+}  // namespace
+
 bool ClientInitialize::CheckCacheFile(const std::wstring& sourceFolder, std::wstring destinationFolder) {
     return grs::Guarded(__LINE__, kCheckCacheFile, true, [&] {
         grs::log::Info(
@@ -160,7 +198,12 @@ bool ClientInitialize::CheckCacheFile(const std::wstring& sourceFolder, std::wst
             const std::wstring source = sourceFolder + L"\\" + name;
             const std::wstring destination = destinationFolder + L"\\" + name;
             if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-                CopyCacheFile(source, destination);
+                const bool placeholder = grs::IsPlaceholderEntry(entry.dwFileAttributes, entry.dwReserved0);
+                const unsigned long long size =
+                    (static_cast<unsigned long long>(entry.nFileSizeHigh) << 32) | entry.nFileSizeLow;
+                grs::Guarded(__LINE__, kCopyCacheFile, false, [&] {
+                    return CopyCacheFileWith(source, destination, placeholder, [size] { return size; });
+                });
             } else if (name != L"." && name != L".." && (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
                 // Linked folders are not followed: a link back up the tree
                 // would never end, and cloud folders hold no local content.
@@ -173,33 +216,7 @@ bool ClientInitialize::CheckCacheFile(const std::wstring& sourceFolder, std::wst
 
 bool ClientInitialize::CopyCacheFile(const std::wstring& sourceFile, const std::wstring& destinationFile) {
     return grs::Guarded(__LINE__, kCopyCacheFile, false, [&] {
-        if (grs::IsCloudPlaceholder(sourceFile)) {
-            grs::log::Info(__LINE__, kCopyCacheFile,
-                           L"CopySyncFolderToCache CopyCacheFile IsPlaceholder srcPath = " + sourceFile);
-            return false;
-        }
-        grs::log::Info(
-            __LINE__, kCopyCacheFile,
-            L"CopySyncFolderToCache CopyCacheFile srcPath = " + sourceFile + L" destPath = " + destinationFile);
-        if (!grs::IsCopiedCacheSize(grs::GetFileSizeByPath(sourceFile))) return true;
-        if (::GetFileAttributesW(destinationFile.c_str()) != INVALID_FILE_ATTRIBUTES) {
-            grs::log::Info(__LINE__, kCopyCacheFile, L"CopySyncFolderToCache" + destinationFile + L" to be covered");
-        }
-        {
-            grs::UniqueFile created(::CreateFileW(destinationFile.c_str(), GENERIC_READ | GENERIC_WRITE,
-                                                  FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, FILE_FLAG_OVERLAPPED,
-                                                  nullptr));
-            if (!created) {
-                grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Create File Fail");
-                return true;
-            }
-        }
-        if (!::CopyFileW(sourceFile.c_str(), destinationFile.c_str(), FALSE)) {
-            grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Copy File Fail");
-            return false;
-        }
-        grs::log::Info(__LINE__, kCopyCacheFile,
-                       L"CopySyncFolderToCache COPYSUCCESS = " + sourceFile + L" destPath = " + destinationFile);
-        return true;
+        return CopyCacheFileWith(sourceFile, destinationFile, grs::IsCloudPlaceholder(sourceFile),
+                                 [&] { return grs::GetFileSizeByPath(sourceFile); });
     });
 }

@@ -144,7 +144,7 @@ void PrintText(const Report& report, const host::Sandbox& sandbox) {
     std::printf("\nStart-up report (profile: %s)\n", host::ToUtf8(sandbox.Root()).c_str());
     std::printf("\nSteps\n");
     for (const Step& step : report.steps)
-        std::printf("  %-4s %-44s %8.1f ms  %s\n", step.ok ? "ok" : "FAIL", step.name.c_str(), step.milliseconds,
+        std::printf("  %-4s %-52s %8.1f ms  %s\n", step.ok ? "ok" : "FAIL", step.name.c_str(), step.milliseconds,
                     step.outcome.c_str());
     std::printf("\nRouting servers\n");
     for (size_t i = 0; i < sandbox.RoutingServers().size(); ++i)
@@ -375,6 +375,12 @@ int main() {
     RunStep(report, quiet, "ClientInitialize::InitializeUserProperties", [&](Step& step) {
         step.ok = ClientInitialize::InitializeUserProperties();
         step.outcome = step.ok ? "user properties loaded, repaired and saved" : "a property did not fit its field";
+    });
+    // Before sign-in the user's cache folder is unknown ("CatchFolder" is only
+    // the user hash); the client writes the sync settings again once it is.
+    RunStep(report, quiet, "ClientInitialize::CreateSyncSettingFile (signed in)", [&](Step& step) {
+        ClientInitialize::CreateSyncSettingFile();
+        step.outcome = "SyncSetting.ini rewritten with the user's cache folder";
     });
 
     CollectFacts(report, sandbox);

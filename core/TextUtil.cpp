@@ -26,8 +26,8 @@ bool WideToMultiByte(const std::wstring& in, std::string& out, unsigned codePage
     if (length <= 0) return false;
     out.clear();
     out.resize(static_cast<size_t>(length));
-    const int written = ::WideCharToMultiByte(codePage, 0, in.data(), static_cast<int>(in.size()), &out[0], length,
-                                              nullptr, nullptr);
+    const int written =
+        ::WideCharToMultiByte(codePage, 0, in.data(), static_cast<int>(in.size()), &out[0], length, nullptr, nullptr);
     return written > 0;
 }
 
@@ -36,7 +36,9 @@ std::string WideToMultiByte(const std::wstring& in, unsigned codePage) {
     return WideToMultiByte(in, out, codePage) ? out : std::string();
 }
 
-std::string WideToUtf8(const std::wstring& in) { return WideToMultiByte(in, kCodePageUtf8); }
+std::string WideToUtf8(const std::wstring& in) {
+    return WideToMultiByte(in, kCodePageUtf8);
+}
 
 std::wstring Utf8ToWide(const std::string& in) {
     std::wstring out;

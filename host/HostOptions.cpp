@@ -5,7 +5,9 @@
 namespace host {
 
 namespace {
-std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
+std::string Narrow(const std::wstring& text) {
+    return std::string(text.begin(), text.end());
+}
 }  // namespace
 
 const char* UsageText() {

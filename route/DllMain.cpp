@@ -2,4 +2,6 @@
 // into their executables). Loading starts no thread and reads nothing.
 #include <windows.h>
 
-BOOL WINAPI DllMain(HINSTANCE /*instance*/, DWORD /*reason*/, LPVOID /*reserved*/) { return TRUE; }
+BOOL WINAPI DllMain(HINSTANCE /*instance*/, DWORD /*reason*/, LPVOID /*reserved*/) {
+    return TRUE;
+}

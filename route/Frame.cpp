@@ -3,7 +3,9 @@
 
 int g_nGlobalRootService = 0;
 
-int FnGlobalRootService() { return 0; }
+int FnGlobalRootService() {
+    return 0;
+}
 
 Zorvane* Zorvane::GetInstance() {
     // Built on the first call under the runtime's thread-safe static

@@ -12,8 +12,10 @@ const PathConstant kGlobalParameterPaths[] = {
     {&GlobalParameter::m_strReserved, L""},
     {&GlobalParameter::m_strOthersLoginAction, L"/others/login.action"},
     {&GlobalParameter::m_strLoginQuery, L"&reqClientType=1&loginChannel=1000002"},
-    {&GlobalParameter::m_strUserAgreementPage, L"/AMW/portal/agreements/userAgreement/{0}_userAgreement.html?version=china&reqClientType=1"},
-    {&GlobalParameter::m_strPrivacyStatementPage, L"/AMW/portal/agreements/accPrivacyStatement/{0}_accPrivacyStatement.html?version=china&reqClientType=1"},
+    {&GlobalParameter::m_strUserAgreementPage,
+     L"/AMW/portal/agreements/userAgreement/{0}_userAgreement.html?version=china&reqClientType=1"},
+    {&GlobalParameter::m_strPrivacyStatementPage,
+     L"/AMW/portal/agreements/accPrivacyStatement/{0}_accPrivacyStatement.html?version=china&reqClientType=1"},
     {&GlobalParameter::m_strCASPortalCloudIframeLoginHtml, L"/CAS/portal/cloudIframeLogin.html"},
     {&GlobalParameter::m_strCASMobileAtLoginHtml, L"/CAS/mobile/atLogin.html"},
     {&GlobalParameter::m_strAccountServerIUserInfoMngGetResource, L"/AccountServer/IUserInfoMng/getResource"},
@@ -51,7 +53,8 @@ const PathConstant kGlobalParameterPaths[] = {
     {&GlobalParameter::m_strDefaultAlbum3, L"default-album-3"},
     {&GlobalParameter::m_strDefaultAlbum300, L"default-album-300-"},
     {&GlobalParameter::m_strCloudpayUser, L"/cloudpay/user"},
-    {&GlobalParameter::m_strUpgradeRequestBody, L"{\"components\": [{\"componentID\": \"1\"}],\"rules\": {\"OS\": \"6.1\"}}"},
+    {&GlobalParameter::m_strUpgradeRequestBody,
+     L"{\"components\": [{\"componentID\": \"1\"}],\"rules\": {\"OS\": \"6.1\"}}"},
     {&GlobalParameter::m_strZltAndCommonV2UpdateReportAction, L"/zlt_and_common/v2/UpdateReport.action"},
     {&GlobalParameter::m_strZltAndCommonV2CheckExAction, L"/zlt_and_common/v2/CheckEx.action"},
     {&GlobalParameter::m_strConfigserverV1VexloraConfigsChanges, L"/configserver/v1/vexlora/configs/changes"},
@@ -81,7 +84,8 @@ const PathConstant kGlobalParameterPaths[] = {
     {&GlobalParameter::m_strDriveV1ObjectsObsAddress, L"/drive/v1/objects/{0}/obsAddress"},
     {&GlobalParameter::m_strCommonV1KeysPublicKeyEc256, L"/common/v1/keys/publicKey?tempKeyEncType=EC_256"},
     {&GlobalParameter::m_strCommonV1Keys, L"/common/v1/keys"},
-    {&GlobalParameter::m_strDriveV1FilesCreateComplete, L"/drive/v1/files/createComplete?fields=id,fileName,category,mimeType,parentFolder,contentVersion"},
+    {&GlobalParameter::m_strDriveV1FilesCreateComplete,
+     L"/drive/v1/files/createComplete?fields=id,fileName,category,mimeType,parentFolder,contentVersion"},
     {&GlobalParameter::m_strDriveV1ObjectsUploadComplete, L"/drive/v1/objects/{0}/uploadComplete"},
     {&GlobalParameter::m_strDriveV1FilesGenerateIdsCount, L"/drive/v1/files/generateIds?count=1"},
     {&GlobalParameter::m_strVexloraUserInformationServiceV1Keys, L"/VexloraUserInformationService/v1/keys"},
@@ -90,9 +94,13 @@ const PathConstant kGlobalParameterPaths[] = {
     {&GlobalParameter::m_strPcclientQueryDownloadTask, L"/pcclient/queryDownloadTask"},
     {&GlobalParameter::m_strCloudPhotoV1About, L"/cloudPhoto/v1/about"},
     {&GlobalParameter::m_strCloudPhotoV1MediaAttachmentsStatus, L"/cloudPhoto/v1/media/{0}?fields=attachments,status"},
-    {&GlobalParameter::m_strCloudPhotoV1MediaAttachments, L"/cloudPhoto/v1/media/{0}?thumbnailInfo=true&fields=attachments"},
-    {&GlobalParameter::m_strCloudPhotoV1MediaAllThumbnailLinks, L"/cloudPhoto/v1/media/{0}?fields=attachments,smallThumbnailDownloadLink,thumbnailDownloadLink&thumbnailInfo=true"},
-    {&GlobalParameter::m_strCloudPhotoV1MediaThumbnailLink, L"/cloudPhoto/v1/media/{0}?fields=attachments,thumbnailDownloadLink&thumbnailInfo=true"},
+    {&GlobalParameter::m_strCloudPhotoV1MediaAttachments,
+     L"/cloudPhoto/v1/media/{0}?thumbnailInfo=true&fields=attachments"},
+    {&GlobalParameter::m_strCloudPhotoV1MediaAllThumbnailLinks,
+     L"/cloudPhoto/v1/media/"
+     L"{0}?fields=attachments,smallThumbnailDownloadLink,thumbnailDownloadLink&thumbnailInfo=true"},
+    {&GlobalParameter::m_strCloudPhotoV1MediaThumbnailLink,
+     L"/cloudPhoto/v1/media/{0}?fields=attachments,thumbnailDownloadLink&thumbnailInfo=true"},
     {&GlobalParameter::m_strCloudPhotoV1Batch, L"/cloudPhoto/v1/batch"},
     {&GlobalParameter::m_strCloudPhotoV1MediaSignedDownloadLink, L"/cloudPhoto/v1/media/{0}?fields=signedDownloadLink"},
     {&GlobalParameter::m_strCloudPhotoV1MediaBasicFields, L"/cloudPhoto/v1/media/{0}?fields=id,fileName,albumId,size"},
@@ -110,8 +118,10 @@ const PathConstant kGlobalParameterPaths[] = {
     {&GlobalParameter::m_strRestPhp, L"/rest.php"},
     {&GlobalParameter::m_strCloudPhotoV1Media2, L"/cloudPhoto/v1/media"},
     {&GlobalParameter::m_strCloudPhotoV1MediaAssetsRevisions, L"/cloudPhoto/v1/media/{0}/assets/{1}/revisions/{2}"},
-    {&GlobalParameter::m_strCloudPhotoV1MediaAssetsRevisionsContent, L"/cloudPhoto/v1/media/{0}/assets/{1}/revisions?xqzattachmentUsage=content"},
-    {&GlobalParameter::m_strCloudPhotoV1MediaAssetsRevisionsThumbnail, L"/cloudPhoto/v1/media/{0}/assets/{1}/revisions?xqzattachmentUsage=thumbnail"},
+    {&GlobalParameter::m_strCloudPhotoV1MediaAssetsRevisionsContent,
+     L"/cloudPhoto/v1/media/{0}/assets/{1}/revisions?xqzattachmentUsage=content"},
+    {&GlobalParameter::m_strCloudPhotoV1MediaAssetsRevisionsThumbnail,
+     L"/cloudPhoto/v1/media/{0}/assets/{1}/revisions?xqzattachmentUsage=thumbnail"},
     {&GlobalParameter::m_strCloudPhotoV1Media3, L"/cloudPhoto/v1/media/{0}"},
     {&GlobalParameter::m_strIndexHtmlQxlpmApp, L"/index.html?appId=22011&enterurl=qxlpm_app"},
     {&GlobalParameter::m_strReserved3, L""},
@@ -129,4 +139,6 @@ GlobalParameter::GlobalParameter() : m_nReserved(0) {
 
 GlobalParameter::~GlobalParameter() = default;
 
-bool GlobalParameter::InitializePara() { return true; }
+bool GlobalParameter::InitializePara() {
+    return true;
+}

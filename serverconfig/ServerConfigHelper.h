@@ -38,7 +38,8 @@ public:
 private:
     friend class ServerConfigHelperTestAccess;
 
-    void loadServersMap(const std::string& jsonText, std::map<std::wstring, std::map<std::wstring, std::wstring>>& serversByCountry);
+    void loadServersMap(const std::string& jsonText,
+                        std::map<std::wstring, std::map<std::wstring, std::wstring>>& serversByCountry);
 
     RegionServers m_servers;
     std::wstring m_testFileName;

@@ -19,15 +19,22 @@ struct WinsockInit {
     }
 };
 
-void EnsureWinsock() { static WinsockInit init; }
+void EnsureWinsock() {
+    static WinsockInit init;
+}
 
 const char* ReasonPhrase(int status) {
     switch (status) {
-        case 200: return "OK";
-        case 404: return "Not Found";
-        case 500: return "Internal Server Error";
-        case 503: return "Service Unavailable";
-        default: return "Status";
+        case 200:
+            return "OK";
+        case 404:
+            return "Not Found";
+        case 500:
+            return "Internal Server Error";
+        case 503:
+            return "Service Unavailable";
+        default:
+            return "Status";
     }
 }
 
@@ -81,7 +88,8 @@ bool ReadRequest(SOCKET socket, HttpRequest& request) {
     }
     size_t contentLength = 0;
     auto length = request.headers.find("content-length");
-    if (length != request.headers.end()) contentLength = static_cast<size_t>(std::strtoull(length->second.c_str(), nullptr, 10));
+    if (length != request.headers.end())
+        contentLength = static_cast<size_t>(std::strtoull(length->second.c_str(), nullptr, 10));
     if (contentLength > kMaxRequestBytes) return false;
     request.body = data.substr(headerEnd + 4);
     while (request.body.size() < contentLength) {
@@ -98,9 +106,13 @@ LoopbackHttpServer::LoopbackHttpServer() : m_listener(static_cast<uintptr_t>(INV
     m_defaultAnswer.status = 404;
 }
 
-LoopbackHttpServer::~LoopbackHttpServer() { Stop(); }
+LoopbackHttpServer::~LoopbackHttpServer() {
+    Stop();
+}
 
-std::wstring LoopbackHttpServer::BaseUrl() const { return L"http://127.0.0.1:" + std::to_wstring(m_port); }
+std::wstring LoopbackHttpServer::BaseUrl() const {
+    return L"http://127.0.0.1:" + std::to_wstring(m_port);
+}
 
 bool LoopbackHttpServer::Start(uint16_t port) {
     EnsureWinsock();

@@ -23,10 +23,10 @@ public:
 
     // `function` names the reporting operation ("Class::Operation"); `line` is
     // a fixed number per call site; `flag` is the logger's own switch.
-    void Output(ModuleType module, LogSeverity severity, int line, std::string function,
-                std::wstring message, bool flag);
-    void Output(ModuleType module, LogSeverity severity, int line, std::string function,
-                std::string message, bool flag);
+    void Output(ModuleType module, LogSeverity severity, int line, std::string function, std::wstring message,
+                bool flag);
+    void Output(ModuleType module, LogSeverity severity, int line, std::string function, std::string message,
+                bool flag);
 };
 
 }  // namespace Logger

@@ -16,8 +16,8 @@ namespace {
 const struct {
     Mode mode;
     const char* name;
-} kModes[] = {{Mode::Ok, "ok"},         {Mode::Dead, "dead"},   {Mode::Slow, "slow"},
-              {Mode::Failing, "fail"},  {Mode::Empty, "empty"}, {Mode::Garbage, "garbage"}};
+} kModes[] = {{Mode::Ok, "ok"},        {Mode::Dead, "dead"},   {Mode::Slow, "slow"},
+              {Mode::Failing, "fail"}, {Mode::Empty, "empty"}, {Mode::Garbage, "garbage"}};
 
 std::string WriteCompact(const Json::Value& value) {
     Json::StreamWriterBuilder builder;
@@ -31,7 +31,8 @@ std::string QueryValue(const std::string& query, const std::string& name) {
         const size_t end = query.find('&', start);
         const std::string pair = query.substr(start, end == std::string::npos ? std::string::npos : end - start);
         const size_t equals = pair.find('=');
-        if (pair.substr(0, equals) == name) return equals == std::string::npos ? std::string() : pair.substr(equals + 1);
+        if (pair.substr(0, equals) == name)
+            return equals == std::string::npos ? std::string() : pair.substr(equals + 1);
         if (end == std::string::npos) break;
         start = end + 1;
     }

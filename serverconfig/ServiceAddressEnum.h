@@ -2,7 +2,7 @@
 
 // The services named in the server address file. The numbers are shared with
 // the rest of the client and never change.
-enum ServiceAddressEnum {
+enum ServiceAddressEnum : int {
     SERVICE_ZRV = 0,
     SERVICE_ZRVBAK = 1,
     SERVICE_ZRVBAK1 = 2,

@@ -6,25 +6,31 @@
 
 namespace grs::test {
 
-UniqueHandle StartChildTest(const std::string& test, const wchar_t* variable, const std::wstring& value) {
-    std::wstring command = L"\"" + HostExecutablePath() + L"\" --gtest_also_run_disabled_tests --gtest_filter=" +
-                           std::wstring(test.begin(), test.end());
-    SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
-    UniqueFile nul(
-        ::CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, OPEN_EXISTING, 0, nullptr));
+UniqueHandle StartProcess(std::wstring command, HANDLE output, HANDLE error) {
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = nul.get();
-    startup.hStdError = nul.get();
+    startup.hStdOutput = output;
+    startup.hStdError = error;
     PROCESS_INFORMATION process = {};
-    // The child inherits the environment as it is at creation.
-    ::SetEnvironmentVariableW(variable, value.c_str());
     const BOOL started =
         ::CreateProcessW(nullptr, &command[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
-    ::SetEnvironmentVariableW(variable, nullptr);
     const UniqueHandle thread(started ? process.hThread : nullptr);
     return UniqueHandle(started ? process.hProcess : nullptr);
+}
+
+UniqueHandle StartChildTest(const std::string& test, const wchar_t* variable, const std::wstring& value) {
+    SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
+    UniqueFile nul(
+        ::CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, OPEN_EXISTING, 0, nullptr));
+    // The child inherits the environment as it is at creation.
+    ::SetEnvironmentVariableW(variable, value.c_str());
+    UniqueHandle child =
+        StartProcess(L"\"" + HostExecutablePath() + L"\" --gtest_also_run_disabled_tests --gtest_filter=" +
+                         std::wstring(test.begin(), test.end()),
+                     nul.get(), nul.get());
+    ::SetEnvironmentVariableW(variable, nullptr);
+    return child;
 }
 
 std::wstring ChildParameter(const wchar_t* variable) {

@@ -5,11 +5,17 @@
 // with a gtest filter naming one (disabled) test and an environment variable
 // that tells that test it is the child and what to work on.
 
+#include <windows.h>
+
 #include <string>
 
 #include "core/UniqueResource.h"
 
 namespace grs::test {
+
+// Starts `command` with inheritable standard output and error handles.
+// Null when the process could not be started.
+UniqueHandle StartProcess(std::wstring command, HANDLE output, HANDLE error);
 
 // Starts the child running only `test` ("Suite.DISABLED_Name") with
 // `variable` = `value` in its environment; its output goes to NUL. Null when

@@ -68,9 +68,10 @@ std::vector<ClientStandIn::LogLine> LogLinesOf(const std::string& function) {
     return lines;
 }
 
-bool HasLogLine(const std::string& function, int severity, const std::wstring& message) {
-    for (const auto& line : ClientStandIn::LogLines())
-        if (line.function == function && line.severity == severity && line.message == message) return true;
+bool HasLogLine(const std::string& function, int severity, const std::wstring& message, int line) {
+    for (const auto& l : ClientStandIn::LogLines())
+        if (l.function == function && l.severity == severity && l.message == message && (line == 0 || l.line == line))
+            return true;
     return false;
 }
 

@@ -64,7 +64,8 @@ bool FileExists(const std::wstring& path);
 
 // Log lines of the stand-in logger, optionally only of one function.
 std::vector<ClientStandIn::LogLine> LogLinesOf(const std::string& function = std::string());
-bool HasLogLine(const std::string& function, int severity, const std::wstring& message);
+// `line` 0: any source line.
+bool HasLogLine(const std::string& function, int severity, const std::wstring& message, int line = 0);
 
 std::string Narrow(const std::wstring& text);  // UTF-8, for failure messages
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "core/PathUtil.h"
+#include "tests/common/ChildProcess.h"
 #include "tests/common/TestSupport.h"
 
 namespace {
@@ -22,28 +23,20 @@ HostRun RunHost(const std::wstring& arguments) {
     grs::test::TempFolder scratch;
     const std::wstring output = scratch / L"report.json";
     SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
-    HANDLE out = ::CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr);
-    std::wstring command = L"\"" + folder + L"startup-host.exe\" --json " + arguments;
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = out;
-    startup.hStdError = ::GetStdHandle(STD_ERROR_HANDLE);
-    PROCESS_INFORMATION process = {};
-    const BOOL started =
-        ::CreateProcessW(nullptr, &command[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
-    ::CloseHandle(out);
-    if (!started) {
+    grs::UniqueFile out(
+        ::CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr));
+    const grs::UniqueHandle host = grs::test::StartProcess(L"\"" + folder + L"startup-host.exe\" --json " + arguments,
+                                                           out.get(), ::GetStdHandle(STD_ERROR_HANDLE));
+    out.reset();
+    if (!host) {
         ADD_FAILURE() << "cannot start the host";
         return run;
     }
-    if (::WaitForSingleObject(process.hProcess, 300000) != WAIT_OBJECT_0) {
-        ::TerminateProcess(process.hProcess, 1);
+    if (::WaitForSingleObject(host.get(), 300000) != WAIT_OBJECT_0) {
+        grs::test::KillChild(host);
         ADD_FAILURE() << "the host did not finish";
     }
-    ::GetExitCodeProcess(process.hProcess, &run.exitCode);
-    ::CloseHandle(process.hThread);
-    ::CloseHandle(process.hProcess);
+    ::GetExitCodeProcess(host.get(), &run.exitCode);
     const std::string text = grs::test::ReadFileBytes(output);
     Json::CharReaderBuilder builder;
     std::string errors;

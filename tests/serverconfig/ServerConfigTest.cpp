@@ -8,6 +8,7 @@
 
 namespace {
 
+using grs::test::HasLogLine;
 using grs::test::Narrow;
 
 // Service keys by enumeration value.
@@ -45,12 +46,6 @@ size_t ErrorLineCount() {
     for (const auto& line : ClientStandIn::LogLines())
         if (line.severity == 5) ++count;
     return count;
-}
-
-bool HasLog(const char* function, int line, int severity, const std::wstring& message) {
-    for (const auto& l : ClientStandIn::LogLines())
-        if (l.function == function && l.line == line && l.severity == severity && l.message == message) return true;
-    return false;
 }
 
 class ServerConfigFiles : public ::testing::Test {
@@ -125,8 +120,8 @@ TEST_F(ServerConfigFiles, MissingFileIsReportedWithItsPath) {
         ServerConfigHelper helper;
         EXPECT_FALSE(helper.isFileExist(isTest));
         EXPECT_EQ(grs::ServerAddressPath(), path);
-        EXPECT_TRUE(HasLog("ServerConfigHelper::isFileExist", 122, 5,
-                           L"Load serverconfig to init url fail, serverAddresPath: " + path))
+        EXPECT_TRUE(HasLogLine("ServerConfigHelper::isFileExist", 5,
+                               L"Load serverconfig to init url fail, serverAddresPath: " + path, 122))
             << Narrow(path);
     }
     EXPECT_TRUE(ClientStandIn::SetterCalls().empty());
@@ -137,7 +132,7 @@ TEST_F(ServerConfigFiles, FullFileAnswersEveryServiceAndFillsTheStore) {
     Write(L"ServerConfig", "{\"dr2\":" + FullRegion(L"asia") + ",\"cn\":" + FullRegion(L"cn") + "}");
     ServerConfigHelper helper;
     ASSERT_TRUE(helper.isFileExist(false));
-    EXPECT_TRUE(HasLog("ServerConfigHelper::isFileExist", 119, 2, L"Load serverconfig to init url"));
+    EXPECT_TRUE(HasLogLine("ServerConfigHelper::isFileExist", 2, L"Load serverconfig to init url", 119));
     EXPECT_EQ(ErrorLineCount(), 0u);
 
     for (int i = 0; i < kServiceCount; ++i)
@@ -175,8 +170,8 @@ TEST_F(ServerConfigFiles, FullFileAnswersEveryServiceAndFillsTheStore) {
 TEST_F(ServerConfigFiles, LookupBeforeAnyChoiceIsEmptyAndLogged) {
     ServerConfigHelper helper;
     EXPECT_EQ(helper.GetServerAddress(SERVICE_PORTAL, false), L"");
-    EXPECT_TRUE(HasLog("ServerConfigHelper::GetServerAddress", 167, 5,
-                       L"[ServerConfigHelper::GetServerAddress] servers is empty"));
+    EXPECT_TRUE(HasLogLine("ServerConfigHelper::GetServerAddress", 5,
+                           L"[ServerConfigHelper::GetServerAddress] servers is empty", 167));
 }
 
 TEST_F(ServerConfigFiles, SparseFileThenFailedReloads) {
@@ -245,8 +240,8 @@ TEST_F(ServerConfigFiles, HostileFilesFailSafely) {
             EXPECT_EQ(ErrorLineCount(), 0u) << c.label;
         } else {
             EXPECT_EQ(ErrorLineCount(), 1u) << c.label;
-            EXPECT_TRUE(HasLog(c.logLine == 258 ? "ServerConfigHelper::loadServersMap" : "ServerConfigHelper::Load",
-                               c.logLine, 5, c.log))
+            EXPECT_TRUE(HasLogLine(c.logLine == 258 ? "ServerConfigHelper::loadServersMap" : "ServerConfigHelper::Load",
+                                   5, c.log, c.logLine))
                 << c.label;
         }
         if (c.zrv) EXPECT_EQ(helper.GetServerAddress(SERVICE_ZRV, false), c.zrv) << c.label;

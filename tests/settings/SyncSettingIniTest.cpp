@@ -4,11 +4,6 @@
 #include "support/LoopbackHttpServer.h"
 #include "tests/settings/SettingsFixture.h"
 
-class ClientInitializeTestAccess {
-public:
-    static std::string GetBaseUri() { return ClientInitialize::GetBaseUri(); }
-};
-
 namespace grs::test {
 namespace {
 

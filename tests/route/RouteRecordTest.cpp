@@ -56,7 +56,7 @@ TEST(RouteRecord, ParsingKeepsTheDeliberateOutcomes) {
     EXPECT_NE(std::unique_ptr<st_ZRVInfo>(fresh), nullptr);
 }
 
-TEST(RouteRecord, WrittenAsOneSortedLineAndReadBack) {
+TEST(RouteRecord, WrittenAsOneSortedLine) {
     st_ZRVInfo record;
     EXPECT_EQ(ZorvaneTestAccess::Serialize(&record),
               "{\"countryCode\":\"\",\"currentTime\":\"\",\"effectivePeriod\":\"\",\"isSuccess\":0,\"services\":null}");
@@ -66,13 +66,9 @@ TEST(RouteRecord, WrittenAsOneSortedLineAndReadBack) {
     grs::CopyToField(record.effectivePeriod, L"86400");
     record.services[L"pkg"] = {{L"portal", L"https://p/"}, {L"cas", L"\x4E2D"}};
     record.services[L"empty"] = {};
-    const std::string json = ZorvaneTestAccess::Serialize(&record);
-    EXPECT_EQ(json,
+    EXPECT_EQ(ZorvaneTestAccess::Serialize(&record),
               "{\"countryCode\":\"CN\",\"currentTime\":\"1700000000123\",\"effectivePeriod\":\"86400\",\"isSuccess\":1,"
               "\"services\":{\"empty\":null,\"pkg\":{\"cas\":\"\\u4e2d\",\"portal\":\"https://p/\"}}}");
-    st_ZRVInfo* back = nullptr;
-    ASSERT_TRUE(Zorvane::GetInstance()->GetDeserialize(back, json));
-    EXPECT_EQ(Describe(*std::unique_ptr<st_ZRVInfo>(back)), Describe(record));
 }
 
 TEST(RouteRules, CachePeriodComesFromTheLastEquals) {

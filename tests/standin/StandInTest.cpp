@@ -2,23 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "core/collaborators/CloudLogger.h"
-#include "core/collaborators/ConfigEntityManager.h"
 #include "core/collaborators/MainDatabaseProvider.h"
 #include "tests/common/TestSupport.h"
 
 namespace {
 
 namespace db = PropertyDb::MainDatabaseProvider;
-
-TEST(StandIn, ConfigContentSurvivesARestart) {
-    grs::test::StandInSandbox sandbox;
-    std::wstring content = L"{\"countryCode\":\"\x4E2D\"}";
-    ConfigEntityManager::GetInstance()->updateConfigContent(ConfigEntityRouteCache, content);
-    ClientStandIn::Reset();  // a new process: nothing kept in memory
-    ClientStandIn::SetText(ClientStandIn::Text::AppDataLocalPath, sandbox.AppData());
-    EXPECT_EQ(ConfigEntityManager::GetInstance()->GetConfigContentByType(ConfigEntityRouteCache), content);
-    EXPECT_EQ(ConfigEntityManager::GetInstance()->GetConfigContentByType(static_cast<ConfigEntityEnum>(7)), L"");
-}
 
 TEST(StandIn, PropertyRowsSurviveAReopenPerUser) {
     grs::test::StandInSandbox sandbox;

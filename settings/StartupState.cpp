@@ -42,6 +42,9 @@ bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command) 
 
 bool ClientInitialize::IsFirstStartUp() {
     return grs::settings::Guarded(__LINE__, "ClientInitialize::IsFirstStartUp", false, [] {
+        // The settings lock, although callers are told not to overlap these
+        // with the locked operations: an overlap must not lose their keys.
+        std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         std::wstring before;
         const bool found = grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [&](CIniFileW& ini) {
             before = ini.GetValue(kSettingSection, L"IsFirstStartUp", std::wstring());
@@ -54,6 +57,7 @@ bool ClientInitialize::IsFirstStartUp() {
 
 bool ClientInitialize::IsNeedCreateShortcut() {
     return grs::settings::Guarded(__LINE__, "ClientInitialize::IsNeedCreateShortcut", false, [] {
+        std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         std::wstring flag;
         const bool found = grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [&](CIniFileW& ini) {
             flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring());
@@ -65,6 +69,7 @@ bool ClientInitialize::IsNeedCreateShortcut() {
 
 void ClientInitialize::SetCreateShortcutFlag() {
     grs::settings::Guarded(__LINE__, "ClientInitialize::SetCreateShortcutFlag", [] {
+        std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [](CIniFileW& ini) {
             grs::settings::SetValue(ini, kSettingSection, L"NoticeCreateLink", L"1");
             return grs::settings::Outcome::Save;

@@ -13,6 +13,7 @@
 
 #include "core/collaborators/UserRecords.h"
 #include "standin/StandInControl.h"
+#include "support/Files.h"
 
 namespace ClientStandIn::detail {
 
@@ -56,8 +57,8 @@ std::wstring AddressOf(const wchar_t* name);
 std::wstring DataFolder();
 bool EnsureFolder(const std::wstring& folder);
 
-std::string ToUtf8(const std::wstring& text);
-std::wstring FromUtf8(const std::string& text);
+using grs::support::FromUtf8;
+using grs::support::ToUtf8;
 
 // Writes `bytes` to a temporary file beside `path` and moves it over `path`.
 bool WriteFileReplacing(const std::wstring& path, const std::string& bytes);

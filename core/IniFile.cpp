@@ -284,10 +284,8 @@ int CIniFileW::Load(const std::wstring& path) {
         m_sections.swap(parsed.m_sections);
         m_encoding = encoding;
         return 1;
-    } catch (const std::exception& e) {
-        grs::log::Exception(__LINE__, kLoadFunction, e.what());
     } catch (...) {
-        grs::log::Exception(__LINE__, kLoadFunction, nullptr);
+        grs::log::CurrentException(__LINE__, kLoadFunction);
     }
     return 0;
 }
@@ -309,10 +307,8 @@ int CIniFileW::Save(const std::wstring& path) {
         // The private-profile functions may cache the old content.
         ::WritePrivateProfileStringW(nullptr, nullptr, nullptr, path.c_str());
         return 1;
-    } catch (const std::exception& e) {
-        grs::log::Exception(__LINE__, kSaveFunction, e.what());
     } catch (...) {
-        grs::log::Exception(__LINE__, kSaveFunction, nullptr);
+        grs::log::CurrentException(__LINE__, kSaveFunction);
     }
     return 0;
 }

@@ -90,8 +90,8 @@ void ConfigEntityManager::updateConfigContent(ConfigEntityEnum kind, std::wstrin
 }
 
 void ConfigEntityManager::saveCacheDir(const std::wstring& userHash, const std::wstring& userCacheFolder) {
-    State& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.savedCacheDirs.push_back(userHash);
-    s.savedCacheDirs.push_back(userCacheFolder);
+    return Locked([&](State& s) {
+        s.savedCacheDirs.push_back(userHash);
+        s.savedCacheDirs.push_back(userCacheFolder);
+    });
 }

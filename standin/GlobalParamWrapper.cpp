@@ -79,21 +79,15 @@ std::wstring GlobalParamWrapper::GetCountryCode() {
 }
 
 void GlobalParamWrapper::SetConfigCountryCode(std::wstring& countryCode) {
-    State& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.configCountryCode = countryCode;
+    return Locked([&](State& s) { s.configCountryCode = countryCode; });
 }
 
 std::unordered_set<std::wstring> GlobalParamWrapper::GetAsiaCountrySet() {
-    State& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    return s.asia;
+    return Locked([&](State& s) { return s.asia; });
 }
 
 std::unordered_set<std::wstring> GlobalParamWrapper::GetEuropeCountrySet() {
-    State& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    return s.europe;
+    return Locked([&](State& s) { return s.europe; });
 }
 
 std::wstring GlobalParamWrapper::GetPackageName() {
@@ -119,9 +113,7 @@ std::wstring GlobalParamWrapper::GetSystemUUid() {
 }
 
 std::string GlobalParamWrapper::GetUserGradeCode() {
-    State& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    return s.userGradeCode;
+    return Locked([&](State& s) { return s.userGradeCode; });
 }
 
 st_UserInfo* GlobalParamWrapper::GetUserInfo() {
@@ -135,25 +127,17 @@ st_OtherUserProperties* GlobalParamWrapper::GetOtherUserProperties() {
 }
 
 void GlobalParamWrapper::SetErrorLimitingTime(const unsigned long long& time) {
-    State& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.errorLimitingTime = time;
+    return Locked([&](State& s) { s.errorLimitingTime = time; });
 }
 
 bool GlobalParamWrapper::CheckFunctionOpen(NewBusinesstFunction function) {
-    State& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    return s.openFunctions.count(static_cast<int>(function)) != 0;
+    return Locked([&](State& s) { return s.openFunctions.count(static_cast<int>(function)) != 0; });
 }
 
 void GlobalParamWrapper::SettCacheCopyRes(bool copying) {
-    State& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.cacheCopyRes.push_back(copying);
+    return Locked([&](State& s) { s.cacheCopyRes.push_back(copying); });
 }
 
 void GlobalParamWrapper::SetModPathRes(bool changed) {
-    State& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.modPathRes.push_back(changed);
+    return Locked([&](State& s) { s.modPathRes.push_back(changed); });
 }

@@ -66,24 +66,24 @@ void ResetLocked(State& s) {
 }
 
 std::wstring TextOf(Text which) {
-    State& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    auto it = s.texts.find(which);
-    return it == s.texts.end() ? std::wstring() : it->second;
+    return Locked([&](State& s) {
+        auto it = s.texts.find(which);
+        return it == s.texts.end() ? std::wstring() : it->second;
+    });
 }
 
 void RecordSetter(const wchar_t* name, const std::wstring& value) {
-    State& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.addresses[name] = value;
-    s.setterCalls.push_back({name, value});
+    return Locked([&](State& s) {
+        s.addresses[name] = value;
+        s.setterCalls.push_back({name, value});
+    });
 }
 
 std::wstring AddressOf(const wchar_t* name) {
-    State& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    auto it = s.addresses.find(name);
-    return it == s.addresses.end() ? std::wstring() : it->second;
+    return Locked([&](State& s) {
+        auto it = s.addresses.find(name);
+        return it == s.addresses.end() ? std::wstring() : it->second;
+    });
 }
 
 bool EnsureFolder(const std::wstring& folder) {
@@ -155,6 +155,8 @@ bool ReadWholeFile(const std::wstring& path, std::string& bytes) {
 namespace ClientStandIn {
 
 using detail::GetState;
+using detail::Locked;
+using detail::State;
 
 void Reset() {
     {
@@ -180,26 +182,24 @@ std::wstring GetText(Text which) {
 }
 
 void SetUserGradeCode(const std::string& code) {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.userGradeCode = code;
+    return Locked([&](State& s) { s.userGradeCode = code; });
 }
 
 void SetCountrySets(const std::unordered_set<std::wstring>& asia, const std::unordered_set<std::wstring>& europe) {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.asia = asia;
-    s.europe = europe;
+    return Locked([&](State& s) {
+        s.asia = asia;
+        s.europe = europe;
+    });
 }
 
 void SetFunctionOpen(int function, bool open) {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    if (open) {
-        s.openFunctions.insert(function);
-    } else {
-        s.openFunctions.erase(function);
-    }
+    return Locked([&](State& s) {
+        if (open) {
+            s.openFunctions.insert(function);
+        } else {
+            s.openFunctions.erase(function);
+        }
+    });
 }
 
 std::wstring GetAddress(const std::wstring& name) {
@@ -207,45 +207,31 @@ std::wstring GetAddress(const std::wstring& name) {
 }
 
 std::vector<SetterCall> SetterCalls() {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    return s.setterCalls;
+    return Locked([&](State& s) { return s.setterCalls; });
 }
 
 void ClearSetterCalls() {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.setterCalls.clear();
+    return Locked([&](State& s) { s.setterCalls.clear(); });
 }
 
 std::wstring GetConfigCountryCode() {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    return s.configCountryCode;
+    return Locked([&](State& s) { return s.configCountryCode; });
 }
 
 unsigned long long GetErrorLimitingTime() {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    return s.errorLimitingTime;
+    return Locked([&](State& s) { return s.errorLimitingTime; });
 }
 
 std::vector<bool> CacheCopyResCalls() {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    return s.cacheCopyRes;
+    return Locked([&](State& s) { return s.cacheCopyRes; });
 }
 
 std::vector<bool> ModPathResCalls() {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    return s.modPathRes;
+    return Locked([&](State& s) { return s.modPathRes; });
 }
 
 std::vector<std::wstring> SavedCacheDirs() {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    return s.savedCacheDirs;
+    return Locked([&](State& s) { return s.savedCacheDirs; });
 }
 
 std::wstring ContentFilePath(int kind) {
@@ -254,36 +240,28 @@ std::wstring ContentFilePath(int kind) {
 }
 
 void SetHttpTimeouts(int resolveMs, int connectMs, int sendMs, int receiveMs) {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.resolveTimeoutMs = resolveMs;
-    s.connectTimeoutMs = connectMs;
-    s.sendTimeoutMs = sendMs;
-    s.receiveTimeoutMs = receiveMs;
+    return Locked([&](State& s) {
+        s.resolveTimeoutMs = resolveMs;
+        s.connectTimeoutMs = connectMs;
+        s.sendTimeoutMs = sendMs;
+        s.receiveTimeoutMs = receiveMs;
+    });
 }
 
 void SetHttpMaxBodyBytes(size_t bytes) {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.maxBodyBytes = bytes;
+    return Locked([&](State& s) { s.maxBodyBytes = bytes; });
 }
 
 std::vector<std::wstring> RouteRequests() {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    return s.routeRequests;
+    return Locked([&](State& s) { return s.routeRequests; });
 }
 
 void ClearRouteRequests() {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.routeRequests.clear();
+    return Locked([&](State& s) { s.routeRequests.clear(); });
 }
 
 void SetResourceText(const std::wstring& language, const std::wstring& id, const std::wstring& text) {
-    auto& s = GetState();
-    std::lock_guard<std::mutex> lock(s.mutex);
-    s.resourceTexts[{language, id}] = text;
+    return Locked([&](State& s) { s.resourceTexts[{language, id}] = text; });
 }
 
 }  // namespace ClientStandIn

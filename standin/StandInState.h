@@ -46,6 +46,14 @@ struct State {
 
 State& GetState();
 
+// Runs `work` on the state under its mutex and returns what it returns.
+template <typename Work>
+auto Locked(Work work) {
+    State& state = GetState();
+    std::lock_guard<std::mutex> lock(state.mutex);
+    return work(state);
+}
+
 // Resets everything but the records' storage addresses, which stay stable.
 void ResetLocked(State& state);
 

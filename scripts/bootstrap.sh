@@ -60,13 +60,25 @@ SRC
   fi
 }
 
-# Version of a Debian source package as apt would fetch it.
-src_version() { apt-cache showsrc "$1" 2>/dev/null | awk '/^Version:/{print $2}' | sort -V | tail -1; }
+# Version of a Debian source package as apt would fetch it: the newest one the
+# archive actually serves (a mirror can list a security update whose source
+# files are not, or not yet, in its pool). The answer is remembered per package.
+src_version() {
+  local pkg=$1 v known="$SRC/.version-$1"
+  local listed; listed=$(apt-cache showsrc "$pkg" 2>/dev/null | awk '/^Version:/{print $2}' | sort -Vr | uniq)
+  if [ -f "$known" ] && grep -qxF "$(cat "$known")" <<<"$listed"; then cat "$known"; return 0; fi
+  for v in $listed; do
+    if fetch_source "$pkg" "$v" >/dev/null 2>&1; then echo "$v" >"$known"; echo "$v"; return 0; fi
+    log "$pkg $v: source not served by the archive, trying an older version"
+  done
+  return 1
+}
 
 # Downloads the source package once and unpacks its upstream tarball into $SRC/$1-$2.
 fetch_source() {
   local pkg=$1 ver=$2 dir="$SRC/$1-$2"
   if [ ! -d "$dir" ]; then
+    rm -rf "$SRC/dl-$pkg"
     mkdir -p "$SRC/dl-$pkg" && (cd "$SRC/dl-$pkg" && apt-get source --download-only -qq -o APT::Sandbox::User=root "$pkg=$ver" >/dev/null)
     local orig
     orig=$(ls "$SRC/dl-$pkg"/*.orig.tar.* | grep -v '\.asc$' | head -1)
@@ -110,7 +122,7 @@ build_googletest() {
 # SimpleIni (header-only, from its binary package).
 # The archive may not serve inih's source: the benchmark then runs without it.
 build_ini_peers() {
-  local v d; v=$(src_version libinih); stamp_ok inih "$v" || {
+  local v d; v=$(src_version libinih || true); stamp_ok inih "$v" || {
     log "inih $v"
     if d=$(fetch_source libinih "$v" 2>/dev/null) && [ -f "$d/ini.c" ]; then
       mkdir -p "$PREFIX/lib" "$PREFIX/include"

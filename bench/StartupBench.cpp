@@ -10,10 +10,10 @@
 
 #include "bench/Ratios.h"
 #include "core/TextUtil.h"
-#include "core/collaborators/GlobalParamWrapper.h"
-#include "route/Zorvane.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/Zorvane.h"
 #include "serverconfig/ServerConfigPaths.h"
-#include "settings/ClientInitialize.h"
+#include "globalrootservice/ClientInitialize.h"
 #include "tests/common/TestSupport.h"
 #include "tools/route-server/RouteServer.h"
 

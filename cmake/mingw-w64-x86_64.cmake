@@ -9,6 +9,7 @@ set(CMAKE_CXX_COMPILER ${GRS_MINGW_TRIPLE}-g++-posix)
 set(CMAKE_RC_COMPILER ${GRS_MINGW_TRIPLE}-windres)
 set(CMAKE_AR ${GRS_MINGW_TRIPLE}-ar CACHE FILEPATH "")
 set(CMAKE_RANLIB ${GRS_MINGW_TRIPLE}-ranlib CACHE FILEPATH "")
+set(CMAKE_OBJCOPY ${GRS_MINGW_TRIPLE}-objcopy CACHE FILEPATH "")
 
 # Third-party libraries built by scripts/bootstrap.sh live in their own prefix.
 if(NOT GRS_DEPS_PREFIX AND DEFINED ENV{GRS_DEPS_PREFIX})

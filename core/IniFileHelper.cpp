@@ -1,4 +1,4 @@
-#include "core/IniFileHelper.h"
+#include "globalrootservice/IniFileHelper.h"
 
 #include <windows.h>
 

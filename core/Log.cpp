@@ -2,7 +2,7 @@
 
 #include <exception>
 
-#include "core/collaborators/CloudLogger.h"
+#include "globalrootservice/collaborators/CloudLogger.h"
 
 namespace grs::log {
 

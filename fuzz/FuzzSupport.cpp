@@ -3,7 +3,7 @@
 #include "fuzz/FuzzSupport.h"
 
 #include "core/FileIo.h"
-#include "core/collaborators/CloudLogger.h"
+#include "globalrootservice/collaborators/CloudLogger.h"
 
 namespace fuzz {
 MemoryFile& File() {

@@ -7,7 +7,7 @@
 
 #include "fuzz/FuzzSupport.h"
 #include "route/RouteDetail.h"
-#include "route/ZRVInfo.h"
+#include "globalrootservice/ZRVInfo.h"
 
 namespace {
 

@@ -14,10 +14,10 @@
 #include <thread>
 #include <vector>
 
-#include "core/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "host/HostOptions.h"
 #include "host/Sandbox.h"
-#include "route/GlobalRootService.h"
+#include "globalrootservice/GlobalRootService.h"
 #include "standin/StandInControl.h"
 
 namespace {

@@ -1,5 +1,6 @@
-#include "route/GlobalParameter.h"
+#include "globalrootservice/GlobalParameter.h"
 
+#include "core/ServicePaths.h"
 #include "route/GlobalParameterConstants.h"
 
 HWND__* GlobalParameter::g_backMaskHWND = nullptr;
@@ -72,7 +73,7 @@ const PathConstant kGlobalParameterPaths[] = {
     {&GlobalParameter::m_strStatisticNotepad, L"/Statistic/Notepad"},
     {&GlobalParameter::m_strStatisticBrowser, L"/Statistic/Browser"},
     {&GlobalParameter::m_strRecyclebinQuery, L"/recyclebin/query"},
-    {&GlobalParameter::m_strGetServerInfo, L"/getServerInfo"},
+    {&GlobalParameter::m_strGetServerInfo, kServerInfoPath},
     {&GlobalParameter::m_strCommonZavkooperqrt, L"/common/zavkooperqrt"},
     {&GlobalParameter::m_strCommonZavkomaintqrt, L"/common/zavkomaintqrt"},
     {&GlobalParameter::m_strCollectorV1Event, L"/collector/v1/event"},

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string>
 
-#include "route/GlobalParameter.h"
+#include "globalrootservice/GlobalParameter.h"
 
 namespace grs {
 

@@ -2,9 +2,9 @@
 #include <memory>
 
 #include "core/Log.h"
-#include "core/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "route/RouteDetail.h"
-#include "route/Zorvane.h"
+#include "globalrootservice/Zorvane.h"
 
 namespace {
 constexpr char kZRVInfoInitialise[] = "Zorvane::ZRVInfoInitialise";

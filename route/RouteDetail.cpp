@@ -7,7 +7,7 @@
 
 #include "core/Log.h"
 #include "core/TextUtil.h"
-#include "core/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
 
 namespace grs::route {
 

@@ -5,7 +5,7 @@
 #include "core/Log.h"
 #include "core/TextUtil.h"
 #include "route/RouteDetail.h"
-#include "route/ZRVInfo.h"
+#include "globalrootservice/ZRVInfo.h"
 
 namespace grs::route {
 

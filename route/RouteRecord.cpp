@@ -1,6 +1,6 @@
 // The route record's JSON form, as the singleton offers it.
 #include "route/RouteDetail.h"
-#include "route/Zorvane.h"
+#include "globalrootservice/Zorvane.h"
 
 bool Zorvane::GetDeserialize(st_ZRVInfo*& record, std::string json) {
     return grs::route::ReadRouteRecord(record, json);

@@ -5,11 +5,11 @@
 
 #include "core/Log.h"
 #include "core/TextUtil.h"
-#include "core/collaborators/AccountSession.h"
-#include "core/collaborators/ConfigEntityManager.h"
-#include "core/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/collaborators/AccountSession.h"
+#include "globalrootservice/collaborators/ConfigEntityManager.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "route/RouteDetail.h"
-#include "route/Zorvane.h"
+#include "globalrootservice/Zorvane.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "serverconfig/ServerConfigHelper.h"
+#include "globalrootservice/ServerConfigHelper.h"
 
 #include <windows.h>
 
@@ -11,7 +11,7 @@
 #include "core/Log.h"
 #include "core/PathUtil.h"
 #include "core/UniqueResource.h"
-#include "core/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "serverconfig/RegionJson.h"
 #include "serverconfig/ServerConfigPaths.h"
 

@@ -3,8 +3,8 @@
 #include <string>
 
 #include "core/TextUtil.h"
-#include "core/collaborators/GlobalParamWrapper.h"
-#include "settings/ClientInitialize.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/ClientInitialize.h"
 #include "settings/SettingsFiles.h"
 
 using grs::settings::kSettingSection;

@@ -6,8 +6,8 @@
 
 #include "core/IniFile.h"
 #include "core/TextUtil.h"
-#include "core/collaborators/GlobalParamWrapper.h"
-#include "settings/ClientInitialize.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/ClientInitialize.h"
 
 // The class holds no data; assignment exists so that the DLL exports it.
 ClientInitialize& ClientInitialize::operator=(const ClientInitialize&) {
@@ -55,6 +55,17 @@ void MarkChanging(const std::wstring& path) noexcept {
 
 void MarkAtRest(const std::wstring& path) noexcept {
     ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
+}
+
+unsigned long WriteShowTabBar(bool showTabBar) {
+    std::lock_guard<std::mutex> lock(SettingsLock());
+    const std::wstring settingFile = SettingFilePath();
+    MarkChanging(settingFile);
+    const BOOL written =
+        ::WritePrivateProfileStringW(kSettingSection, L"ShowTabBar", FlagText(showTabBar), settingFile.c_str());
+    const DWORD error = written ? ERROR_SUCCESS : ::GetLastError();
+    MarkAtRest(settingFile);
+    return error;
 }
 
 void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value) {

@@ -41,6 +41,11 @@ std::wstring SyncSettingFilePath();
 void MarkChanging(const std::wstring& path) noexcept;
 void MarkAtRest(const std::wstring& path) noexcept;
 
+// Writes "ShowTabBar" into "Setting.ini" through the private-profile
+// functions, under the settings lock and with the usual attribute changes.
+// 0 on success, otherwise the error of the failed write.
+unsigned long WriteShowTabBar(bool showTabBar);
+
 // What a change of a loaded settings file asks for once it has run.
 enum class Outcome {
     Save,     // write the document back, then hide the file again

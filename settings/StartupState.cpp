@@ -9,7 +9,7 @@
 #include "core/Log.h"
 #include "core/PathUtil.h"
 #include "core/UniqueResource.h"
-#include "settings/ClientInitialize.h"
+#include "globalrootservice/ClientInitialize.h"
 #include "settings/SettingsFiles.h"
 
 using grs::settings::kSettingSection;

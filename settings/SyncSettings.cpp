@@ -12,17 +12,17 @@
 #include <string>
 
 #include "core/IniFile.h"
-#include "core/IniFileHelper.h"
+#include "globalrootservice/IniFileHelper.h"
 #include "core/HashUtil.h"
 #include "core/Log.h"
 #include "core/PathUtil.h"
+#include "core/ServicePaths.h"
 #include "core/TextUtil.h"
 #include "core/UniqueResource.h"
-#include "core/collaborators/AccountSession.h"
-#include "core/collaborators/AnyHttpLib.h"
-#include "core/collaborators/GlobalParamWrapper.h"
-#include "route/Zorvane.h"
-#include "settings/ClientInitialize.h"
+#include "globalrootservice/collaborators/AccountSession.h"
+#include "globalrootservice/collaborators/AnyHttpLib.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/ClientInitialize.h"
 #include "settings/SettingsFiles.h"
 
 using grs::settings::kSyncSettingSection;
@@ -208,7 +208,7 @@ std::string ClientInitialize::GetBaseUri() {
     constexpr char kTag[] = "ClientInitialize::GetBaseUri";
     return grs::settings::Guarded(__LINE__, kTag, std::string(), [&]() -> std::string {
         const std::wstring url =
-            grs::settings::Store().GetOperqrtServerIdUrl() + Zorvane::GetInstance()->m_strGetServerInfo;
+            grs::settings::Store().GetOperqrtServerIdUrl() + grs::kServerInfoPath;
         grs::log::Info(__LINE__, kTag, url);
 
         AnyBasicHttpLibStrategy strategy;

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "settings/ClientInitialize.h"
+#include "globalrootservice/ClientInitialize.h"
 #include "settings/SettingsFiles.h"
 
 using grs::settings::kSettingSection;

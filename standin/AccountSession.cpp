@@ -1,5 +1,5 @@
 // Account session: the signed-in user and the route service's request.
-#include "core/collaborators/AccountSession.h"
+#include "globalrootservice/collaborators/AccountSession.h"
 
 #include "standin/StandInState.h"
 #include "standin/WinHttpClient.h"

@@ -1,5 +1,5 @@
 // HTTP classes over WinHTTP.
-#include "core/collaborators/AnyHttpLib.h"
+#include "globalrootservice/collaborators/AnyHttpLib.h"
 
 #include "standin/StandInState.h"
 #include "standin/WinHttpClient.h"

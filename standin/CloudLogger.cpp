@@ -1,5 +1,5 @@
 // Logger: every line to a log file and to an in-memory list for inspection.
-#include "core/collaborators/CloudLogger.h"
+#include "globalrootservice/collaborators/CloudLogger.h"
 
 #include <windows.h>
 

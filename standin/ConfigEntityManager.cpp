@@ -1,7 +1,7 @@
 // Configuration content, persisted per kind as UTF-8 files in the app-data
 // folder, so it survives restarts. The last content read or written is kept
 // in memory while the file's time stamp and size say it is unchanged.
-#include "core/collaborators/ConfigEntityManager.h"
+#include "globalrootservice/collaborators/ConfigEntityManager.h"
 
 #include <map>
 #include <mutex>

@@ -1,5 +1,5 @@
 // Parameter store: addresses, texts and the user's records, kept in memory.
-#include "core/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
 
 #include "standin/StandInState.h"
 

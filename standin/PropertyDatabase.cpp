@@ -4,8 +4,8 @@
 #include <memory>
 #include <mutex>
 
-#include "core/collaborators/AccountSession.h"
-#include "core/collaborators/MainDatabaseProvider.h"
+#include "globalrootservice/collaborators/AccountSession.h"
+#include "globalrootservice/collaborators/MainDatabaseProvider.h"
 #include "standin/StandInState.h"
 
 using namespace ClientStandIn;

@@ -1,5 +1,5 @@
 // Localised texts by user-interface language; unknown ids give the id itself.
-#include "core/collaborators/ResourceManager.h"
+#include "globalrootservice/collaborators/ResourceManager.h"
 
 #include <map>
 #include <mutex>

@@ -10,7 +10,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "core/collaborators/ClientLibsExport.h"
+#include "globalrootservice/collaborators/ClientLibsExport.h"
 
 namespace ClientStandIn {
 

@@ -11,7 +11,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "core/collaborators/UserRecords.h"
+#include "globalrootservice/collaborators/UserRecords.h"
 #include "standin/StandInControl.h"
 #include "support/Files.h"
 

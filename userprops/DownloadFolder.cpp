@@ -5,7 +5,7 @@
 
 #include "core/PathUtil.h"
 #include "core/TextUtil.h"
-#include "core/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "userprops/UserPropertyRules.h"
 
 namespace {

@@ -7,10 +7,10 @@
 #include "core/HashUtil.h"
 #include "core/PathUtil.h"
 #include "core/TextUtil.h"
-#include "core/collaborators/AccountSession.h"
-#include "core/collaborators/ConfigEntityManager.h"
-#include "core/collaborators/GlobalParamWrapper.h"
-#include "core/collaborators/ResourceManager.h"
+#include "globalrootservice/collaborators/AccountSession.h"
+#include "globalrootservice/collaborators/ConfigEntityManager.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/collaborators/ResourceManager.h"
 #include "userprops/UserPropertyRules.h"
 
 namespace {
@@ -111,19 +111,9 @@ bool InitializeUserPropertiesFor(bool modernWindows) {
     ClientInitialize::GetSettings();
     ClientInitialize::InstallUpgradeLog();
 
-    {
-        // Same lock and attribute handling as every other change of "Setting.ini".
-        std::lock_guard<std::mutex> lock(settings::SettingsLock());
-        const std::wstring settingFile = settings::SettingFilePath();
-        const bool showTabBar = show->IsSyncSwitchFirstOpen != 0 && show->IsSyncSwitchOpen;
-        settings::MarkChanging(settingFile);
-        const BOOL written =
-            ::WritePrivateProfileStringW(L"Setting", L"ShowTabBar", showTabBar ? L"1" : L"0", settingFile.c_str());
-        const DWORD error = ::GetLastError();
-        settings::MarkAtRest(settingFile);
-        if (!written) {
-            log::Error(__LINE__, kInitialize, L"TabMainWnd\uFF1ASet ShowTabBar error code " + std::to_wstring(error));
-        }
+    const bool showTabBar = show->IsSyncSwitchFirstOpen != 0 && show->IsSyncSwitchOpen;
+    if (const unsigned long error = settings::WriteShowTabBar(showTabBar)) {
+        log::Error(__LINE__, kInitialize, L"TabMainWnd\uFF1ASet ShowTabBar error code " + std::to_wstring(error));
     }
     return true;
 }

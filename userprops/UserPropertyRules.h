@@ -12,7 +12,7 @@
 
 #include "core/Guarded.h"
 #include "core/Log.h"
-#include "settings/ClientInitialize.h"
+#include "globalrootservice/ClientInitialize.h"
 #include "settings/SettingsFiles.h"
 
 namespace grs {

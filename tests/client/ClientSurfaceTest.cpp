@@ -10,7 +10,7 @@
 #include <map>
 #include <string>
 
-#include "route/GlobalRootService.h"
+#include "globalrootservice/GlobalRootService.h"
 #include "tests/common/TestSupport.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "core/IniFile.h"
-#include "core/IniFileHelper.h"
+#include "globalrootservice/IniFileHelper.h"
 #include "core/TextUtil.h"
 #include "core/UniqueResource.h"
 #include "tests/common/TestSupport.h"

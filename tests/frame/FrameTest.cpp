@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "route/GlobalParameterConstants.h"
-#include "route/GlobalRootService.h"
+#include "globalrootservice/GlobalRootService.h"
 
 namespace {
 

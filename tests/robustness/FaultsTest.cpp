@@ -7,8 +7,8 @@
 #include <memory>
 
 #include "core/UniqueResource.h"
-#include "core/collaborators/ConfigEntityManager.h"
-#include "route/Zorvane.h"
+#include "globalrootservice/collaborators/ConfigEntityManager.h"
+#include "globalrootservice/Zorvane.h"
 #include "support/LoopbackHttpServer.h"
 #include "tests/robustness/Generate.h"
 #include "tests/settings/SettingsFixture.h"

@@ -5,7 +5,7 @@
 
 #include "core/TextUtil.h"
 #include "route/RouteDetail.h"
-#include "route/Zorvane.h"
+#include "globalrootservice/Zorvane.h"
 #include "tests/common/TestSupport.h"
 
 class ZorvaneTestAccess {

@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "core/TextUtil.h"
-#include "core/collaborators/ConfigEntityManager.h"
-#include "core/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/collaborators/ConfigEntityManager.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "route/RouteDetail.h"
-#include "route/Zorvane.h"
+#include "globalrootservice/Zorvane.h"
 #include "support/LoopbackHttpServer.h"
 #include "tests/common/TestSupport.h"
 

@@ -2,7 +2,7 @@
 // a country gets, what reaches the parameter store, and hostile files.
 #include <gtest/gtest.h>
 
-#include "serverconfig/ServerConfigHelper.h"
+#include "globalrootservice/ServerConfigHelper.h"
 #include "serverconfig/ServerConfigPaths.h"
 #include "tests/common/TestSupport.h"
 

@@ -11,8 +11,8 @@
 
 #include "core/IniFile.h"
 #include "core/TextUtil.h"
-#include "core/collaborators/GlobalParamWrapper.h"
-#include "settings/ClientInitialize.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/ClientInitialize.h"
 #include "tests/common/TestSupport.h"
 
 class ClientInitializeTestAccess {

@@ -1,8 +1,8 @@
 // Promises of the stand-in libraries that the library's subsystems rely on.
 #include <gtest/gtest.h>
 
-#include "core/collaborators/CloudLogger.h"
-#include "core/collaborators/MainDatabaseProvider.h"
+#include "globalrootservice/collaborators/CloudLogger.h"
+#include "globalrootservice/collaborators/MainDatabaseProvider.h"
 #include "tests/common/TestSupport.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "core/HashUtil.h"
-#include "core/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "tests/common/TestSupport.h"
 #include "userprops/UserPropertyRules.h"
 

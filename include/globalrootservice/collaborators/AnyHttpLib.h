@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-#include "core/collaborators/ClientLibsExport.h"
+#include "globalrootservice/collaborators/ClientLibsExport.h"
 
 enum AnyHttpRequestMethod {
     AnyHttpRequestGet = 0,

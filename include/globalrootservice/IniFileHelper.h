@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "core/GlobalRootServiceExport.h"
+#include "globalrootservice/GlobalRootServiceExport.h"
 
 class GLOBALROOTSERVICE_API IniFileHelper {
 public:

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "core/GlobalRootServiceExport.h"
-#include "core/collaborators/MainDatabaseProvider.h"
-#include "core/collaborators/UserRecords.h"
+#include "globalrootservice/GlobalRootServiceExport.h"
+#include "globalrootservice/collaborators/MainDatabaseProvider.h"
+#include "globalrootservice/collaborators/UserRecords.h"
 
 class CIniFileW;
 

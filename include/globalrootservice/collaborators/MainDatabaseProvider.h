@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "core/collaborators/ClientLibsExport.h"
+#include "globalrootservice/collaborators/ClientLibsExport.h"
 
 namespace PropertyDb {
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "core/collaborators/ClientLibsExport.h"
+#include "globalrootservice/collaborators/ClientLibsExport.h"
 
 enum ConfigEntityEnum {
     ConfigEntityRouteCache = 5,  // the route service's cached route record

@@ -6,8 +6,8 @@
 
 #include <string>
 
-#include "core/GlobalRootServiceExport.h"
-#include "serverconfig/ServerConfigHelper.h"
+#include "globalrootservice/GlobalRootServiceExport.h"
+#include "globalrootservice/ServerConfigHelper.h"
 
 struct HWND__;  // HWND without <windows.h>
 

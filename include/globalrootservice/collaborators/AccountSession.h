@@ -5,7 +5,7 @@
 #include <map>
 #include <string>
 
-#include "core/collaborators/ClientLibsExport.h"
+#include "globalrootservice/collaborators/ClientLibsExport.h"
 
 class CLIENTLIBS_API AccountSession {
 public:

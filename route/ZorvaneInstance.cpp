@@ -1,11 +1,5 @@
-// The library's exported frame: the singleton and the free symbols.
-#include "route/GlobalRootService.h"
-
-int g_nGlobalRootService = 0;
-
-int FnGlobalRootService() {
-    return 0;
-}
+// The route service singleton.
+#include "globalrootservice/Zorvane.h"
 
 Zorvane* Zorvane::GetInstance() {
     // Built on the first call under the runtime's thread-safe static

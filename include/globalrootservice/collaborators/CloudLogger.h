@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "core/collaborators/ClientLibsExport.h"
+#include "globalrootservice/collaborators/ClientLibsExport.h"
 
 namespace Logger {
 

@@ -2,12 +2,12 @@
 
 // Everything a client includes to use the library.
 
-#include "core/GlobalRootServiceExport.h"
-#include "core/IniFileHelper.h"
-#include "route/GlobalParameter.h"
-#include "route/Zorvane.h"
-#include "serverconfig/ServerConfigHelper.h"
-#include "settings/ClientInitialize.h"
+#include "globalrootservice/GlobalRootServiceExport.h"
+#include "globalrootservice/IniFileHelper.h"
+#include "globalrootservice/GlobalParameter.h"
+#include "globalrootservice/Zorvane.h"
+#include "globalrootservice/ServerConfigHelper.h"
+#include "globalrootservice/ClientInitialize.h"
 
 // Kept for the client; returns 0 and does nothing else.
 GLOBALROOTSERVICE_API int FnGlobalRootService();

@@ -6,8 +6,8 @@
 #include <string>
 #include <unordered_set>
 
-#include "core/collaborators/ClientLibsExport.h"
-#include "core/collaborators/UserRecords.h"
+#include "globalrootservice/collaborators/ClientLibsExport.h"
+#include "globalrootservice/collaborators/UserRecords.h"
 
 // Feature switches known to the store; only the sync function (19) is asked here.
 enum NewBusinesstFunction {

@@ -7,9 +7,9 @@
 #include <map>
 #include <string>
 
-#include "core/GlobalRootServiceExport.h"
-#include "route/GlobalParameter.h"
-#include "route/ZRVInfo.h"
+#include "globalrootservice/GlobalRootServiceExport.h"
+#include "globalrootservice/GlobalParameter.h"
+#include "globalrootservice/ZRVInfo.h"
 
 class GLOBALROOTSERVICE_API Zorvane : public GlobalParameter {
 public:

@@ -2,7 +2,7 @@
 
 // The user-interface library's resource manager: localised texts.
 
-#include "core/collaborators/ClientLibsExport.h"
+#include "globalrootservice/collaborators/ClientLibsExport.h"
 
 namespace DuiLib {
 

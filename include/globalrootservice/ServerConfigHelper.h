@@ -8,8 +8,8 @@
 #include <string>
 #include <unordered_set>
 
-#include "core/GlobalRootServiceExport.h"
-#include "serverconfig/ServiceAddressEnum.h"
+#include "globalrootservice/GlobalRootServiceExport.h"
+#include "globalrootservice/ServiceAddressEnum.h"
 
 class GLOBALROOTSERVICE_API ServerConfigHelper {
 public:

@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+#include "core/TextUtil.h"
+
 // The one-call SHA256_* sequence is deprecated in OpenSSL 3 in favour of EVP,
 // but it is the simplest exact form of what the callers need.
 #if defined(__GNUC__)
@@ -29,6 +31,11 @@ std::string Sha256Hex(const std::string& data) {
         hex.append(pair, 2);
     }
     return hex;
+}
+
+std::wstring UserIdHash(const std::wstring& userId) {
+    const std::string hash = Sha256Hex(WideToUtf8(userId));
+    return std::wstring(hash.begin(), hash.end());  // hexadecimal digits only
 }
 
 }  // namespace grs

@@ -8,4 +8,8 @@ namespace grs {
 // hexadecimal characters. Used to turn user ids into folder names.
 std::string Sha256Hex(const std::string& data);
 
+// The folder name of a user: the SHA-256 hex digest of the id's UTF-8 bytes,
+// so that accounts never share a cache folder.
+std::wstring UserIdHash(const std::wstring& userId);
+
 }  // namespace grs

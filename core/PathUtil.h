@@ -41,6 +41,10 @@ bool IsCloudPlaceholder(const std::wstring& path);
 // Any file-system entry (a file or a directory) exists at the path.
 bool PathExists(const std::wstring& path);
 
+// Creates the folder and its missing parents. True when the folder exists
+// afterwards (an existing folder is success, a file of that name is not).
+bool CreateFolderTree(const std::wstring& folder);
+
 // The full path of the host executable (the process's main module).
 std::wstring HostExecutablePath();
 

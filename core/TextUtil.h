@@ -4,6 +4,8 @@
 // state, safe from any thread. An empty input is a failure, not an empty
 // success, and a failed conversion leaves the out-parameter untouched.
 
+#include <algorithm>
+#include <cstddef>
 #include <string>
 
 namespace grs {
@@ -22,6 +24,18 @@ std::wstring Utf8ToWide(const std::string& in);
 // the result false but the value is still read), one sign, digits only; an
 // overflow saturates and returns false.
 bool ParseDecimalInt64(const char* begin, const char* end, long long& value);
+
+// The leading decimal number of `text` as the C library's atoll reads it:
+// leading white space, one sign, digits up to the first other character, 0
+// when there are none; saturates instead of overflowing.
+long long LeadingInteger(const std::string& text);
+
+// The text of a fixed record field, up to its terminator or its end (a record
+// filled elsewhere may lack the terminator): never reads past the field.
+template <size_t N>
+std::wstring FieldText(const wchar_t (&field)[N]) {
+    return std::wstring(field, std::find(field, field + N, L'\0'));
+}
 
 // Bounded copy into a fixed, zero-terminated field of `capacity` characters.
 // Fails (and leaves the field empty) when the text does not fit.

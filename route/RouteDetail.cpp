@@ -32,14 +32,6 @@ long long ExpiryOf(long long periodSeconds, long long obtainedMs) {
     return periodMs + obtainedMs;
 }
 
-long long ReadInt64(const std::string& text) {
-    long long value = 0;
-    // The digits up to the first other character count, even when the parser
-    // calls the whole text malformed.
-    grs::ParseDecimalInt64(text.data(), text.data() + text.size(), value);
-    return value;
-}
-
 }  // namespace
 
 std::string CachePeriodText(const std::string& cacheControl) {
@@ -63,7 +55,7 @@ CacheFreshness JudgeRouteCache(const std::string& currentTime, const std::string
     if (currentTime.empty() || period.empty()) return CacheFreshness::MissingTime;
     if (currentTime.size() > 15 || cachedCountry.empty()) return CacheFreshness::TimeTooLongOrNoCountry;
     if (cachedCountry != userCountry) return CacheFreshness::OtherCountry;
-    const long long expiry = ExpiryOf(ReadInt64(period), ReadInt64(currentTime));
+    const long long expiry = ExpiryOf(grs::LeadingInteger(period), grs::LeadingInteger(currentTime));
     return expiry > nowMs ? CacheFreshness::Fresh : CacheFreshness::Expired;
 }
 

@@ -8,6 +8,8 @@
 #include <map>
 #include <string>
 
+#include "core/TextUtil.h"
+
 class GlobalParamWrapper;
 struct st_ZRVInfo;
 
@@ -18,12 +20,7 @@ using ServiceGroups = std::map<std::wstring, std::map<std::wstring, std::wstring
 // service key -> address
 using RouteTable = std::map<std::wstring, std::wstring>;
 
-// The text of a fixed record field, up to its terminator or its end (a record
-// filled elsewhere may lack the terminator).
-template <size_t N>
-std::wstring FieldText(const wchar_t (&field)[N]) {
-    return std::wstring(field, std::find(field, field + N, L'\0'));
-}
+using ::grs::FieldText;
 
 // A route answer is three levels deep. Anything much deeper is hostile, and the
 // JSON reader recurses once per level, so such text is refused before parsing.

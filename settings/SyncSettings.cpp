@@ -51,7 +51,7 @@ HMODULE ReferenceThisModule() {
 // The cache folder, one backslash unless it already ends in one, and the
 // SHA-256 of the user's id: accounts never share a thumbnail folder.
 std::wstring UserCacheRoot(const std::wstring& cacheFolder, const std::wstring& userId) {
-    const std::wstring digest = grs::Utf8ToWide(grs::Sha256Hex(grs::WideToUtf8(userId)));
+    const std::wstring digest = grs::UserIdHash(userId);
     const bool separated = !cacheFolder.empty() && cacheFolder.back() == L'\\';
     return cacheFolder + (separated ? L"" : L"\\") + digest;
 }

@@ -86,15 +86,6 @@ std::wstring AddressOf(const wchar_t* name) {
     });
 }
 
-bool EnsureFolder(const std::wstring& folder) {
-    if (folder.empty()) return false;
-    if (::CreateDirectoryW(folder.c_str(), nullptr) || ::GetLastError() == ERROR_ALREADY_EXISTS) return true;
-    const size_t slash = folder.find_last_of(L"\\/");
-    if (slash == std::wstring::npos || slash == 0) return false;
-    if (!EnsureFolder(folder.substr(0, slash))) return false;
-    return ::CreateDirectoryW(folder.c_str(), nullptr) || ::GetLastError() == ERROR_ALREADY_EXISTS;
-}
-
 std::wstring DataFolder() {
     const std::wstring appData = TextOf(Text::AppDataLocalPath);
     if (appData.empty()) return std::wstring();
@@ -104,7 +95,7 @@ std::wstring DataFolder() {
     static std::wstring* made = new std::wstring;
     std::lock_guard<std::mutex> lock(*madeMutex);
     if (*made != folder || ::GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) {
-        EnsureFolder(folder);
+        grs::CreateFolderTree(folder);
         *made = folder;
     }
     return folder;

@@ -63,7 +63,6 @@ std::wstring AddressOf(const wchar_t* name);
 
 // "<app-data>\ClientStandIn", created on demand.
 std::wstring DataFolder();
-bool EnsureFolder(const std::wstring& folder);
 
 using grs::support::FromUtf8;
 using grs::support::ToUtf8;

@@ -41,8 +41,7 @@ bool IsWin10Build16299OrLater() {
 }
 
 std::wstring CurrentUserHash() {
-    const std::string hash = Sha256Hex(WideToUtf8(AccountSession::GetInstance()->GetCurrentUserID()));
-    return std::wstring(hash.begin(), hash.end());  // hexadecimal digits only
+    return UserIdHash(AccountSession::GetInstance()->GetCurrentUserID());
 }
 
 std::wstring ProfileCloudFolder(const std::wstring& leaf) {

@@ -187,7 +187,7 @@ bool IsWin10Build16299OrLater(unsigned long platformId, unsigned long major, uns
 }
 
 std::wstring DriveRoot(const st_DriveInfo& drive) {
-    return std::wstring(drive.root, wcsnlen(drive.root, sizeof drive.root / sizeof drive.root[0]));
+    return FieldText(drive.root);
 }
 
 std::wstring ChooseSyncCloudFolder(const std::vector<st_DriveInfo>& drives, const std::wstring& systemRoot,

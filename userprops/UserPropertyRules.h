@@ -100,8 +100,6 @@ inline bool IsCopiedCacheSize(unsigned long long size) {
 
 // 0 when the file cannot be opened or its size read.
 unsigned long long GetFileSizeByPath(const std::wstring& path);
-// Creates the folder and its missing parents; an existing folder is success.
-bool CreateFolderTree(const std::wstring& folder);
 
 // SHA-256 hex of the current user id's UTF-8 form: the per-user folder name.
 std::wstring CurrentUserHash();

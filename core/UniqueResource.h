@@ -3,6 +3,9 @@
 // Move-only owners of Win32 handles. Closing keeps GetLastError intact so that
 // a caller can still report the error of the call that failed before it.
 
+// winsock2.h must come before windows.h, which would otherwise bring the old
+// winsock.h.
+#include <winsock2.h>
 #include <windows.h>
 
 #include <utility>
@@ -74,9 +77,40 @@ struct RegKeyTraits {
     static void Close(Handle h) noexcept { ::RegCloseKey(h); }
 };
 
+struct ModuleTraits {
+    using Handle = HMODULE;
+    static Handle Invalid() noexcept { return nullptr; }
+    static void Close(Handle h) noexcept { ::FreeLibrary(h); }
+};
+
+struct SocketTraits {
+    using Handle = SOCKET;
+    static Handle Invalid() noexcept { return INVALID_SOCKET; }
+    static void Close(Handle h) noexcept { ::closesocket(h); }
+};
+
+struct LocalMemoryTraits {
+    using Handle = HLOCAL;
+    static Handle Invalid() noexcept { return nullptr; }
+    static void Close(Handle h) noexcept { ::LocalFree(h); }
+};
+
 using UniqueFile = UniqueResource<FileHandleTraits>;      // CreateFileW
 using UniqueHandle = UniqueResource<KernelHandleTraits>;  // events, threads, processes
 using UniqueFind = UniqueResource<FindHandleTraits>;      // FindFirstFileW
 using UniqueKey = UniqueResource<RegKeyTraits>;           // RegOpenKeyExW
+using UniqueModule = UniqueResource<ModuleTraits>;        // LoadLibraryW, pinning GetModuleHandleExW
+using UniqueSocket = UniqueResource<SocketTraits>;        // socket, accept
+using UniqueLocal = UniqueResource<LocalMemoryTraits>;    // memory the API hands out for LocalFree
+
+// Both handles CreateProcessW returns.
+struct UniqueProcess {
+    UniqueHandle process;
+    UniqueHandle thread;
+
+    UniqueProcess() = default;
+    explicit UniqueProcess(const PROCESS_INFORMATION& info) noexcept
+        : process(info.hProcess), thread(info.hThread) {}
+};
 
 }  // namespace grs

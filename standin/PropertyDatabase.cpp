@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 
+#include "core/UniqueResource.h"
 #include "globalrootservice/collaborators/AccountSession.h"
 #include "globalrootservice/collaborators/MainDatabaseProvider.h"
 #include "standin/StandInState.h"
@@ -13,9 +14,22 @@ using namespace ClientStandIn::detail;
 
 namespace {
 
+struct ConnectionTraits {
+    using Handle = sqlite3*;
+    static Handle Invalid() noexcept { return nullptr; }
+    static void Close(Handle h) noexcept { sqlite3_close(h); }
+};
+struct StatementTraits {
+    using Handle = sqlite3_stmt*;
+    static Handle Invalid() noexcept { return nullptr; }
+    static void Close(Handle h) noexcept { sqlite3_finalize(h); }
+};
+using UniqueConnection = grs::UniqueResource<ConnectionTraits>;
+using Statement = grs::UniqueResource<StatementTraits>;
+
 struct Database {
     std::mutex mutex;
-    sqlite3* connection = nullptr;
+    UniqueConnection connection;
     std::wstring path;  // empty: "<app-data>\ClientStandIn\properties.db"
 };
 
@@ -24,46 +38,35 @@ Database& Db() {
     return *db;
 }
 
-struct StatementDeleter {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, StatementDeleter>;
-
 // Opens the file on first use; callers hold the mutex.
 sqlite3* Connection(Database& db) {
-    if (db.connection != nullptr) return db.connection;
+    if (db.connection) return db.connection.get();
     std::wstring path = db.path;
     if (path.empty()) {
         const std::wstring folder = DataFolder();
         if (folder.empty()) return nullptr;
         path = folder + L"\\properties.db";
     }
-    sqlite3* connection = nullptr;
-    if (sqlite3_open16(path.c_str(), &connection) != SQLITE_OK) {
-        sqlite3_close(connection);
-        return nullptr;
-    }
-    sqlite3_busy_timeout(connection, 2000);
+    // sqlite3_open16 hands out a connection even when it fails: the owner closes it.
+    UniqueConnection connection;
+    if (sqlite3_open16(path.c_str(), connection.put()) != SQLITE_OK) return nullptr;
+    sqlite3_busy_timeout(connection.get(), 2000);
     const char* schema =
         "CREATE TABLE IF NOT EXISTS user_properties ("
         " seq INTEGER PRIMARY KEY AUTOINCREMENT,"
         " user_id TEXT NOT NULL, key TEXT NOT NULL, value TEXT NOT NULL,"
         " UNIQUE(user_id, key))";
-    if (sqlite3_exec(connection, schema, nullptr, nullptr, nullptr) != SQLITE_OK) {
-        sqlite3_close(connection);
-        return nullptr;
-    }
-    db.connection = connection;
-    return connection;
+    if (sqlite3_exec(connection.get(), schema, nullptr, nullptr, nullptr) != SQLITE_OK) return nullptr;
+    db.connection = std::move(connection);
+    return db.connection.get();
 }
 
 Statement Prepare(sqlite3* connection, const char* sql) {
-    sqlite3_stmt* statement = nullptr;
-    if (connection == nullptr || sqlite3_prepare_v2(connection, sql, -1, &statement, nullptr) != SQLITE_OK) {
-        sqlite3_finalize(statement);
-        return nullptr;
+    Statement statement;
+    if (connection == nullptr || sqlite3_prepare_v2(connection, sql, -1, statement.put(), nullptr) != SQLITE_OK) {
+        return Statement();
     }
-    return Statement(statement);
+    return statement;
 }
 
 void Bind(sqlite3_stmt* statement, int index, const std::wstring& text) {
@@ -199,16 +202,14 @@ namespace ClientStandIn {
 void SetDatabasePath(const std::wstring& path) {
     Database& db = Db();
     std::lock_guard<std::mutex> lock(db.mutex);
-    if (db.connection) sqlite3_close(db.connection);
-    db.connection = nullptr;
+    db.connection.reset();
     db.path = path;
 }
 
 void CloseDatabase() {
     Database& db = Db();
     std::lock_guard<std::mutex> lock(db.mutex);
-    if (db.connection) sqlite3_close(db.connection);
-    db.connection = nullptr;
+    db.connection.reset();
 }
 
 }  // namespace ClientStandIn

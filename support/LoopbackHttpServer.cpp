@@ -102,7 +102,7 @@ bool ReadRequest(SOCKET socket, HttpRequest& request) {
 
 }  // namespace
 
-LoopbackHttpServer::LoopbackHttpServer() : m_listener(static_cast<uintptr_t>(INVALID_SOCKET)) {
+LoopbackHttpServer::LoopbackHttpServer() {
     m_defaultAnswer.status = 404;
 }
 
@@ -116,39 +116,37 @@ std::wstring LoopbackHttpServer::BaseUrl() const {
 
 bool LoopbackHttpServer::Start(uint16_t port) {
     EnsureWinsock();
-    SOCKET listener = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
-    if (listener == INVALID_SOCKET) return false;
+    UniqueSocket listener(::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
+    if (!listener) return false;
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(port);
     int length = sizeof address;
-    if (::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(listener, SOMAXCONN) != 0 ||
-        ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        ::closesocket(listener);
+    if (::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(listener.get(), SOMAXCONN) != 0 ||
+        ::getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &length) != 0) {
         return false;
     }
     m_port = ntohs(address.sin_port);
-    m_listener = static_cast<uintptr_t>(listener);
+    m_listener = std::move(listener);
     m_stopping = false;
-    m_acceptThread = std::thread([this] { AcceptLoop(); });
+    m_acceptThread = std::thread([this, socket = m_listener.get()] { AcceptLoop(socket); });
     return true;
 }
 
 void LoopbackHttpServer::Stop() {
     if (!m_acceptThread.joinable()) return;
     m_stopping = true;
-    ::closesocket(static_cast<SOCKET>(m_listener));
+    m_listener.reset();  // ends the blocking accept
     m_acceptThread.join();
     std::vector<std::thread> workers;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        for (uintptr_t socket : m_openSockets) ::shutdown(static_cast<SOCKET>(socket), SD_BOTH);
+        for (SOCKET socket : m_openSockets) ::shutdown(socket, SD_BOTH);
         workers.swap(m_workers);
     }
     for (std::thread& worker : workers) worker.join();
-    m_listener = static_cast<uintptr_t>(INVALID_SOCKET);
 }
 
 void LoopbackHttpServer::SetAnswer(const std::string& path, HttpAnswer answer) {
@@ -176,20 +174,17 @@ void LoopbackHttpServer::ClearRequests() {
     m_requests.clear();
 }
 
-void LoopbackHttpServer::AcceptLoop() {
+void LoopbackHttpServer::AcceptLoop(SOCKET listener) {
     for (;;) {
-        SOCKET client = ::accept(static_cast<SOCKET>(m_listener), nullptr, nullptr);
-        if (client == INVALID_SOCKET) {
+        UniqueSocket client(::accept(listener, nullptr, nullptr));
+        if (!client) {
             if (m_stopping) return;
             continue;
         }
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_stopping) {
-            ::closesocket(client);
-            return;
-        }
-        m_openSockets.push_back(static_cast<uintptr_t>(client));
-        m_workers.emplace_back([this, client] { Serve(static_cast<uintptr_t>(client)); });
+        if (m_stopping) return;
+        m_openSockets.push_back(client.get());
+        m_workers.emplace_back([this, socket = client.release()] { Serve(socket); });
     }
 }
 
@@ -213,8 +208,8 @@ HttpAnswer LoopbackHttpServer::AnswerFor(const HttpRequest& request) {
     }
 }
 
-void LoopbackHttpServer::Serve(uintptr_t rawSocket) {
-    const SOCKET socket = static_cast<SOCKET>(rawSocket);
+void LoopbackHttpServer::Serve(SOCKET socket) {
+    const UniqueSocket owner(socket);
     HttpRequest request;
     if (ReadRequest(socket, request)) {
         const HttpAnswer answer = AnswerFor(request);
@@ -239,8 +234,7 @@ void LoopbackHttpServer::Serve(uintptr_t rawSocket) {
         }
     }
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_openSockets.erase(std::remove(m_openSockets.begin(), m_openSockets.end(), rawSocket), m_openSockets.end());
-    ::closesocket(socket);
+    m_openSockets.erase(std::remove(m_openSockets.begin(), m_openSockets.end(), socket), m_openSockets.end());
 }
 
 }  // namespace grs::support

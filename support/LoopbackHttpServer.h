@@ -16,6 +16,8 @@
 #include <utility>
 #include <vector>
 
+#include "core/UniqueResource.h"
+
 namespace grs::support {
 
 struct HttpAnswer {
@@ -63,17 +65,17 @@ public:
     void ClearRequests();
 
 private:
-    void AcceptLoop();
-    void Serve(uintptr_t socket);
+    void AcceptLoop(SOCKET listener);
+    void Serve(SOCKET socket);
     HttpAnswer AnswerFor(const HttpRequest& request);
 
-    uintptr_t m_listener;
+    UniqueSocket m_listener;
     uint16_t m_port = 0;
     std::atomic<bool> m_stopping{false};
     std::thread m_acceptThread;
     mutable std::mutex m_mutex;
     std::vector<std::thread> m_workers;
-    std::vector<uintptr_t> m_openSockets;
+    std::vector<SOCKET> m_openSockets;  // owned by their workers
     std::map<std::string, HttpAnswer> m_answers;
     HttpAnswer m_defaultAnswer;
     Handler m_handler;

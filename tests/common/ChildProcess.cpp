@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <utility>
+
 #include "core/PathUtil.h"
 
 namespace grs::test {
@@ -15,8 +17,9 @@ UniqueHandle StartProcess(std::wstring command, HANDLE output, HANDLE error) {
     PROCESS_INFORMATION process = {};
     const BOOL started =
         ::CreateProcessW(nullptr, &command[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
-    const UniqueHandle thread(started ? process.hThread : nullptr);
-    return UniqueHandle(started ? process.hProcess : nullptr);
+    if (!started) return UniqueHandle();
+    UniqueProcess owned(process);
+    return std::move(owned.process);
 }
 
 UniqueHandle StartChildTest(const std::string& test, const wchar_t* variable, const std::wstring& value) {

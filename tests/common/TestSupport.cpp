@@ -26,16 +26,16 @@ TempFolder::~TempFolder() {
 
 HkcuOverride::HkcuOverride() {
     m_scratchName = L"Software\\GlobalRootServiceTests\\" + UniqueName(L"hkcu-");
-    if (::RegCreateKeyExW(HKEY_CURRENT_USER, m_scratchName.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &m_scratch,
+    if (::RegCreateKeyExW(HKEY_CURRENT_USER, m_scratchName.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, m_scratch.put(),
                           nullptr) == ERROR_SUCCESS) {
-        ::RegOverridePredefKey(HKEY_CURRENT_USER, m_scratch);
+        ::RegOverridePredefKey(HKEY_CURRENT_USER, m_scratch.get());
     }
 }
 
 HkcuOverride::~HkcuOverride() {
     ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
     if (m_scratch) {
-        ::RegCloseKey(m_scratch);
+        m_scratch.reset();
         ::RegDeleteTreeW(HKEY_CURRENT_USER, m_scratchName.c_str());
     }
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "core/UniqueResource.h"
 #include "standin/StandInControl.h"
 #include "support/Files.h"
 
@@ -37,7 +38,7 @@ public:
     HkcuOverride& operator=(const HkcuOverride&) = delete;
 
 private:
-    HKEY m_scratch = nullptr;
+    UniqueKey m_scratch;
     std::wstring m_scratchName;
 };
 

@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "core/UniqueResource.h"
 #include "support/Files.h"
 #include "tools/route-server/RouteServer.h"
 
@@ -37,6 +38,7 @@ int Usage(const char* problem) {
 int main() {
     int argc = 0;
     LPWSTR* argv = ::CommandLineToArgvW(::GetCommandLineW(), &argc);
+    const grs::UniqueLocal argvMemory(argv);
     std::wstring routesPath, portFile;
     std::vector<Mode> modes;
     grs::routeserver::Options base;
@@ -99,23 +101,21 @@ int main() {
     if (!portFile.empty()) {
         // Written whole under a temporary name, so a reader never sees half of it.
         const std::wstring temporary = portFile + L".tmp";
-        HANDLE file = ::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+        grs::UniqueFile file(::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
         DWORD written = 0;
-        if (file != INVALID_HANDLE_VALUE) {
-            ::WriteFile(file, portLines.data(), static_cast<DWORD>(portLines.size()), &written, nullptr);
-            ::CloseHandle(file);
+        if (file) {
+            ::WriteFile(file.get(), portLines.data(), static_cast<DWORD>(portLines.size()), &written, nullptr);
+            file.reset();
             ::MoveFileExW(temporary.c_str(), portFile.c_str(), MOVEFILE_REPLACE_EXISTING);
         }
     }
 
-    HANDLE parent = parentPid ? ::OpenProcess(SYNCHRONIZE, FALSE, parentPid) : nullptr;
+    const grs::UniqueHandle parent(parentPid ? ::OpenProcess(SYNCHRONIZE, FALSE, parentPid) : nullptr);
     if (parent) {
-        ::WaitForSingleObject(parent, INFINITE);
-        ::CloseHandle(parent);
+        ::WaitForSingleObject(parent.get(), INFINITE);
     } else {
         for (;;) ::Sleep(60000);
     }
     for (auto& server : servers) server->Stop();
-    ::LocalFree(argv);
     return 0;
 }

@@ -5,6 +5,7 @@
 #include "core/TextUtil.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "globalrootservice/ClientInitialize.h"
+#include "settings/AutoStartPlan.h"
 #include "settings/SettingsFiles.h"
 
 using grs::settings::kSettingSection;
@@ -31,22 +32,24 @@ std::wstring Read(CIniFileW& ini, const wchar_t* key) {
 // the registration does.
 void ReconcileAutoStart(CIniFileW& ini, st_UserPropertiesShow& show, const std::wstring& autoStart) {
     constexpr char kTag[] = "ClientInitialize::GetSettings";
-    if (autoStart.empty()) {
-        grs::log::Info(__LINE__, kTag, L"isAutoStartUp == empty");
-        const bool registered = ClientInitialize::GetRegisterStartingIsOpen();
-        show.IsAutoStartUp = registered ? 1 : 0;
-        ClientInitialize::WriteSettingFile(ini, L"IsAutoStartUp", grs::settings::FlagText(registered));
-        show.IsAutoCheckUpdate = registered;
-        ClientInitialize::WriteSettingFile(ini, L"IsAutoCheckUpdate", grs::settings::FlagText(registered));
-    } else if (autoStart == L"1") {
-        grs::log::Info(__LINE__, kTag, L"isAutoStartUp == 1");
-        show.IsAutoStartUp = 1;
-        // Re-established at every start from the file's choice.
-        ClientInitialize::RegisterStartingIsOpen(true);
-    } else {
-        grs::log::Info(__LINE__, kTag, L"isAutoStartUp != 1");
-        show.IsAutoStartUp = 0;
-        if (ClientInitialize::GetRegisterStartingIsOpen()) ClientInitialize::RegisterStartingIsOpen(false);
+    using grs::settings::AutoStartCase;
+    using grs::settings::RunRegistration;
+    const AutoStartCase which = grs::settings::PlanAutoStart(autoStart, false).which;
+    grs::log::Info(__LINE__, kTag,
+                   which == AutoStartCase::Empty ? L"isAutoStartUp == empty"
+                   : which == AutoStartCase::On  ? L"isAutoStartUp == 1"
+                                                 : L"isAutoStartUp != 1");
+    const bool registered =
+        grs::settings::NeedsRegistration(autoStart) && ClientInitialize::GetRegisterStartingIsOpen();
+    const grs::settings::AutoStartPlan plan = grs::settings::PlanAutoStart(autoStart, registered);
+    show.IsAutoStartUp = plan.autoStart ? 1 : 0;
+    if (plan.setAutoCheckUpdate) show.IsAutoCheckUpdate = plan.autoStart;
+    if (plan.writeFile) {
+        ClientInitialize::WriteSettingFile(ini, L"IsAutoStartUp", grs::settings::FlagText(plan.autoStart));
+        ClientInitialize::WriteSettingFile(ini, L"IsAutoCheckUpdate", grs::settings::FlagText(plan.autoStart));
+    }
+    if (plan.registration != RunRegistration::Keep) {
+        ClientInitialize::RegisterStartingIsOpen(plan.registration == RunRegistration::Register);
     }
 }
 

@@ -18,8 +18,14 @@ namespace {
 
 constexpr wchar_t kRunKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run";
 constexpr wchar_t kRunValue[] = L"QIRENT Cloud";
-constexpr REGSAM kRunKeyWriteAccess = 0x2001F;  // read, set value, create subkey
-constexpr REGSAM kRunKeyFullAccess = 0xF003F;
+// Registering opens the Run key for reading, setting a value and creating a
+// subkey (0x2001F).
+constexpr REGSAM kRunKeyWriteAccess = KEY_READ | KEY_SET_VALUE | KEY_CREATE_SUB_KEY;
+static_assert(kRunKeyWriteAccess == 0x2001F, "the access registering has always asked for");
+// COMPAT: reading the registration asks for all access (0xF003F, KEY_ALL_ACCESS)
+// as the client always has; a read-only key then reads as "not registered".
+constexpr REGSAM kRunKeyFullAccess = KEY_ALL_ACCESS;
+static_assert(kRunKeyFullAccess == 0xF003F, "the access reading has always asked for");
 // Earlier versions read the value with a byte count of 260 (not 520);
 // commands that fit that are the ones they would recognise.
 constexpr DWORD kRunValueReadBytes = 260;

@@ -71,13 +71,11 @@ std::string RegionMember(Region region) {
     return ByRegion(region, dr2, dr3, dr4, cn);
 }
 
-// The main module's path as a buffer of MAX_PATH characters holds it: a
-// longer path comes back cut at the buffer's end.
+// COMPAT: the main module's path as a buffer of MAX_PATH characters holds it,
+// as the client always read it: a longer path comes back cut after 259
+// characters (and the server address file is then not found).
 std::wstring MainModulePath() {
-    wchar_t buffer[MAX_PATH] = {};
-    if (::GetModuleFileNameW(nullptr, buffer, MAX_PATH) == 0) return std::wstring();
-    buffer[MAX_PATH - 1] = L'\0';
-    return std::wstring(buffer);
+    return grs::HostExecutablePath().substr(0, MAX_PATH - 1);
 }
 
 // The whole file in one read of exactly the size its directory entry lists.

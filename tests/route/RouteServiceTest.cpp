@@ -213,7 +213,6 @@ TEST_F(RouteService, PreferredGroupWinsAndEmptyAddressesNeverOverwrite) {
     std::vector<std::wstring> logged;
     for (const auto& line : grs::test::LogLinesOf("Zorvane::ZRVInfoInitialise")) logged.push_back(line.message);
     EXPECT_EQ(logged, (std::vector<std::wstring>{L"dravenstats:D", L"operqrtserverid:X"}));
-
 }
 
 TEST_F(RouteService, RecordWhoseGroupsAreAllEmptyIsNotApplied) {

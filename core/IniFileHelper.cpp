@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "core/Guarded.h"
 #include "core/IniText.h"
 #include "core/Log.h"
 #include "core/TextUtil.h"
@@ -81,16 +82,21 @@ IniFileHelper& IniFileHelper::operator=(const IniFileHelper& other) {
 }
 
 void IniFileHelper::WriteIniKeyValue(std::wstring key, std::wstring value) {
-    WriteValue(m_filePath, m_section, key, std::move(value), __LINE__, "IniFileHelper::WriteIniKeyValue");
+    constexpr const char* kFunction = "IniFileHelper::WriteIniKeyValue";
+    grs::Guarded(__LINE__, kFunction,
+                 [&] { WriteValue(m_filePath, m_section, key, std::move(value), __LINE__, kFunction); });
 }
 
 std::wstring IniFileHelper::ReadIniValueByKeyTypeWString(const wchar_t* key) {
-    return ReadValue(m_filePath, m_section, key);
+    return grs::Guarded(__LINE__, "IniFileHelper::ReadIniValueByKeyTypeWString", std::wstring(),
+                        [&] { return ReadValue(m_filePath, m_section, key); });
 }
 
 std::string IniFileHelper::ReadIniValueByKeyTypeString(const wchar_t* key) {
-    // The ANSI code page on purpose: callers want the system's local encoding.
-    return grs::WideToMultiByte(ReadValue(m_filePath, m_section, key), grs::kCodePageAnsi);
+    return grs::Guarded(__LINE__, "IniFileHelper::ReadIniValueByKeyTypeString", std::string(), [&] {
+        // The ANSI code page on purpose: callers want the system's local encoding.
+        return grs::WideToMultiByte(ReadValue(m_filePath, m_section, key), grs::kCodePageAnsi);
+    });
 }
 
 IniFileHelperA::IniFileHelperA(const char* filePath, const char* section) : m_filePath(filePath), m_section(section) {
@@ -106,9 +112,12 @@ IniFileHelperA& IniFileHelperA::operator=(const IniFileHelperA& other) {
 }
 
 void IniFileHelperA::WriteIniKeyValueA(std::string key, std::string value) {
-    WriteValue(m_filePath, m_section, key, std::move(value), __LINE__, "IniFileHelperA::WriteIniKeyValueA");
+    constexpr const char* kFunction = "IniFileHelperA::WriteIniKeyValueA";
+    grs::Guarded(__LINE__, kFunction,
+                 [&] { WriteValue(m_filePath, m_section, key, std::move(value), __LINE__, kFunction); });
 }
 
 std::string IniFileHelperA::ReadIniValueByKeyTypeString(const char* key) {
-    return ReadValue(m_filePath, m_section, key);
+    return grs::Guarded(__LINE__, "IniFileHelperA::ReadIniValueByKeyTypeString", std::string(),
+                        [&] { return ReadValue(m_filePath, m_section, key); });
 }

@@ -29,7 +29,10 @@ bool FillRecord(st_ZRVInfo& record, const Json::Value& root) {
         for (const std::string& key : group.getMemberNames()) {
             entries.insert({grs::Utf8ToWide(key), grs::Utf8ToWide(group[key].asString())});
         }
-        groups.insert({grs::Utf8ToWide(groupName), std::move(entries)});
+        // COMPAT: a group enters the record with its first entry, so one that
+        // is null or an empty object is dropped. An answer whose groups are
+        // all empty therefore has no services and is not applied.
+        if (!entries.empty()) groups.insert({grs::Utf8ToWide(groupName), std::move(entries)});
     }
     record.services.swap(groups);
     return true;

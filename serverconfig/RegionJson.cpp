@@ -1,7 +1,11 @@
 #include "serverconfig/RegionJson.h"
 
+#include <algorithm>
+
 #include "core/TextUtil.h"
 #include "serverconfig/JsonConfig.h"
+
+#include "rapidjson/error/en.h"
 
 namespace grs {
 
@@ -76,32 +80,47 @@ private:
     std::string m_key;
 };
 
+bool IsUtf8Continuation(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
 }  // namespace
 
 RegionScan ScanRegion(const std::string& jsonText, const std::string& regionName) {
     RegionScan scan;
-    // A raw NUL is never valid JSON, and the parser would take it for the end
-    // of the text and accept whatever came before.
-    if (jsonText.find('\0') != std::string::npos) {
-        scan.syntaxError = true;
-        return scan;
-    }
-    // The parser's UTF-8 check reads up to three continuation bytes after a
-    // lead byte even when the terminator comes first: spare terminators keep
-    // a text that ends in a broken sequence from being read past its end.
-    std::string padded;
-    padded.reserve(jsonText.size() + 4);
-    padded.append(jsonText).append(4, '\0');
     RegionHandler handler(regionName, scan);
-    rapidjson::StringStream stream(padded.c_str());
+    // COMPAT: the client has always read this file as a C string without an
+    // encoding check: text after a NUL is ignored, and a file saved in the
+    // ANSI code page loads with U+FFFD in place of its stray bytes.
+    rapidjson::StringStream stream(jsonText.c_str());
     rapidjson::Reader reader;
-    const rapidjson::ParseResult result =
-        reader.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag>(stream, handler);
+    const rapidjson::ParseResult result = reader.Parse<rapidjson::kParseIterativeFlag>(stream, handler);
     if (result.IsError()) {
         scan = RegionScan();
         scan.syntaxError = true;
+        scan.errorOffset = result.Offset();
+        scan.errorCode = static_cast<int>(result.Code());
     }
     return scan;
+}
+
+ParseErrorPlace DescribeParseError(const std::string& text, size_t offset, int code) {
+    ParseErrorPlace place;
+    const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(offset, text.size()));
+    auto lineStart = text.begin();
+    for (auto it = text.begin(); it != end; ++it) {
+        if (*it == '\n') {
+            ++place.line;
+            lineStart = it + 1;
+        }
+    }
+    place.column =
+        1 + static_cast<size_t>(std::count_if(lineStart, end, [](char c) { return !IsUtf8Continuation(c); }));
+    // Only codes of the enumeration are converted back to it.
+    const bool known = code >= rapidjson::kParseErrorNone && code <= rapidjson::kParseErrorUnspecificSyntaxError;
+    place.message =
+        known ? rapidjson::GetParseError_En(static_cast<rapidjson::ParseErrorCode>(code)) : "Unknown error.";
+    return place;
 }
 
 }  // namespace grs

@@ -285,6 +285,12 @@ void ServerConfigHelper::loadServersMap(
     grs::RegionScan scan = grs::ScanRegion(jsonText, RegionMember(region));
     if (scan.syntaxError) {
         grs::log::Error(258, kLoadServersMap, "[ServerConfigHelper::loadServersMap] Parse ServerConfig Error");
+        // Where it broke, for whoever edits the file by hand.
+        const grs::ParseErrorPlace place = grs::DescribeParseError(jsonText, scan.errorOffset, scan.errorCode);
+        grs::log::Error(258, kLoadServersMap,
+                        "[ServerConfigHelper::loadServersMap] ServerConfig broken at offset " +
+                            std::to_string(scan.errorOffset) + " (line " + std::to_string(place.line) + ", column " +
+                            std::to_string(place.column) + "): " + place.message);
         return;
     }
     if (!scan.found) return;

@@ -31,27 +31,42 @@ bool ToAnsi(wchar_t unit, char& byte) {
     return false;
 }
 
-// One code point from UTF-8; false (and one byte consumed) on a malformed
-// sequence, an overlong form, a surrogate or a value past U+10FFFF.
+// One code point from UTF-8. On an ill-formed sequence: false, with `at`
+// moved past its maximal subpart (the longest start of a well-formed sequence,
+// at least one byte), which Windows' converter replaces by one U+FFFD. The
+// second byte's range depends on the lead byte, which is what keeps overlong
+// forms, surrogates and values past U+10FFFF out.
 bool DecodeUtf8(const unsigned char* text, size_t size, size_t& at, char32_t& point) {
     const unsigned char lead = text[at];
-    size_t length = lead < 0x80 ? 1 : (lead >> 5) == 6 ? 2 : (lead >> 4) == 14 ? 3 : (lead >> 3) == 30 ? 4 : 0;
-    if (length == 0 || at + length > size) {
+    if (lead < 0x80) {
+        point = lead;
+        ++at;
+        return true;
+    }
+    size_t length = 0;
+    unsigned char low = 0x80, high = 0xBF;  // of the second byte
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        length = 3;
+        if (lead == 0xE0) low = 0xA0;
+        if (lead == 0xED) high = 0x9F;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        length = 4;
+        if (lead == 0xF0) low = 0x90;
+        if (lead == 0xF4) high = 0x8F;
+    } else {
         ++at;
         return false;
     }
-    point = length == 1 ? lead : lead & (0x3F >> (length - 1));
+    point = lead & (0x7F >> length);
     for (size_t i = 1; i < length; ++i) {
-        if ((text[at + i] & 0xC0) != 0x80) {
-            ++at;
+        const unsigned char lowest = i == 1 ? low : 0x80, highest = i == 1 ? high : 0xBF;
+        if (at + i >= size || text[at + i] < lowest || text[at + i] > highest) {
+            at += i;
             return false;
         }
         point = (point << 6) | (text[at + i] & 0x3F);
-    }
-    static const char32_t kMinimum[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (point < kMinimum[length] || point > 0x10FFFF || (point >= 0xD800 && point <= 0xDFFF)) {
-        ++at;
-        return false;
     }
     at += length;
     return true;

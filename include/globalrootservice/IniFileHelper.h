@@ -3,6 +3,9 @@
 // Thin INI accessors bound to one file and one section. Every call goes
 // straight to the private-profile functions: nothing is cached. The helpers
 // keep the pointers they are given; the caller keeps both texts alive.
+// Nothing here throws: the constructors allocate nothing, and a read or write
+// that fails inside (out of memory) logs the failure and, for a read, gives
+// an empty string.
 
 #include <string>
 
@@ -16,9 +19,11 @@ public:
     IniFileHelper& operator=(const IniFileHelper& other);
 
     void WriteIniKeyValue(std::wstring key, std::wstring value);
-    // The value converted to the system's ANSI code page; empty when missing.
+    // The value converted to the system's ANSI code page; empty when missing
+    // or when the read failed.
     std::string ReadIniValueByKeyTypeString(const wchar_t* key);
-    // The value (at most 259 characters); empty when missing.
+    // The value (at most 259 characters); empty when missing or when the
+    // read failed.
     std::wstring ReadIniValueByKeyTypeWString(const wchar_t* key);
 
 private:
@@ -33,7 +38,8 @@ public:
     IniFileHelperA& operator=(const IniFileHelperA& other);
 
     void WriteIniKeyValueA(std::string key, std::string value);
-    // The value as the narrow profile function returns it; empty when missing.
+    // The value as the narrow profile function returns it; empty when missing
+    // or when the read failed.
     std::string ReadIniValueByKeyTypeString(const char* key);
 
 private:

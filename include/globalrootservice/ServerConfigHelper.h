@@ -16,6 +16,8 @@ public:
     using RegionServers = std::map<std::wstring, std::wstring>;
     using ServersByCountry = std::map<std::wstring, RegionServers>;
 
+    // Both can fail only by running out of memory (the file names are
+    // copied), and then throw std::bad_alloc.
     ServerConfigHelper();
     ServerConfigHelper(const ServerConfigHelper& other);
     virtual ~ServerConfigHelper();

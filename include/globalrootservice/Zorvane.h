@@ -27,7 +27,8 @@ public:
     st_ZRVInfo* GetZRVInfo(bool fromCache);
 
     // Parses UTF-8 JSON into `record`, allocating it when null. Text that is
-    // not JSON gives true and a record without services. False when a time
+    // not JSON gives true and a record without services; a group without
+    // entries (null or an empty object) is left out of the record. False when a time
     // field is too long for the record, or when the text is JSON of the wrong
     // shape or nesting (logged; the record then has isSuccess 0 and no services).
     bool GetDeserialize(st_ZRVInfo*& record, std::string json);

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <functional>
 #include <string>
 
 #include "core/IniFile.h"
@@ -12,6 +13,7 @@
 #include "core/TextUtil.h"
 #include "core/UniqueResource.h"
 #include "tests/common/TestSupport.h"
+#include "tests/core/FailingAllocation.h"
 
 namespace {
 
@@ -275,6 +277,53 @@ TEST(IniFileHelper, CreatesMissingFilesAndCutsReadsAt259Characters) {
     // The narrow read is in the ANSI code page, not UTF-8.
     ini.WriteIniKeyValue(L"k", AnsiText());
     EXPECT_EQ(ini.ReadIniValueByKeyTypeString(L"k"), grs::WideToMultiByte(AnsiText(), 0));
+}
+
+// Each allocation a read makes fails in turn: the read gives an empty string
+// and a log line, and nothing escapes to the client.
+TEST(IniFileHelper, ReadsOutOfMemoryGiveEmptyAndLog) {
+    grs::test::StandInSandbox sandbox;
+    TempFolder folder;
+    const std::wstring path = folder / L"memory.ini";
+    const std::string narrowPath = grs::WideToMultiByte(path, 0);
+    const std::wstring value(100, L'v');  // too long for any string's inline buffer
+    IniFileHelper wide(path.c_str(), L"S");
+    IniFileHelperA narrow(narrowPath.c_str(), "S");
+    wide.WriteIniKeyValue(L"k", value);
+    const struct {
+        const char* function;
+        std::function<size_t()> read;  // the length of what it returned
+    } cases[] = {
+        {"IniFileHelper::ReadIniValueByKeyTypeWString", [&] { return wide.ReadIniValueByKeyTypeWString(L"k").size(); }},
+        {"IniFileHelper::ReadIniValueByKeyTypeString", [&] { return wide.ReadIniValueByKeyTypeString(L"k").size(); }},
+        {"IniFileHelperA::ReadIniValueByKeyTypeString", [&] { return narrow.ReadIniValueByKeyTypeString("k").size(); }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.function);
+        const size_t before = grs::test::AllocationCount();
+        ASSERT_EQ(c.read(), value.size());
+        const size_t allocations = grs::test::AllocationCount() - before;
+        ASSERT_GT(allocations, 0u);
+        for (size_t nth = 1; nth <= allocations; ++nth) {
+            SCOPED_TRACE(nth);
+            ClientStandIn::ClearLogLines();
+            size_t length = 1;
+            bool escaped = false;
+            try {
+                grs::test::FailAllocation(nth);
+                length = c.read();
+            } catch (...) {
+                escaped = true;
+            }
+            grs::test::FailAllocation(0);
+            EXPECT_FALSE(escaped);
+            EXPECT_EQ(length, 0u);
+            const auto lines = grs::test::LogLinesOf(c.function);
+            ASSERT_EQ(lines.size(), 1u);
+            EXPECT_EQ(lines[0].severity, 5);
+            EXPECT_EQ(Narrow(lines[0].message), "[" + std::string(c.function) + "] std::bad_alloc");
+        }
+    }
 }
 
 TEST(IniFileHelper, LineBreaksCannotInjectEntries) {

@@ -56,6 +56,41 @@ TEST(RouteRecord, ParsingKeepsTheDeliberateOutcomes) {
     EXPECT_NE(std::unique_ptr<st_ZRVInfo>(fresh), nullptr);
 }
 
+// A group enters the record only with an entry: null and empty groups are
+// dropped when read, so a written empty group does not come back either.
+TEST(RouteRecord, GroupsWithoutEntriesAreDropped) {
+    const struct {
+        const char* label;
+        std::string services;
+        std::wstring groups;  // names in the record, each followed by ';'
+    } cases[] = {
+        {"mixed", "{\"a\":{},\"b\":null,\"c\":{\"k\":\"v\"}}", L"c;"},
+        {"only empty", "{\"com.pkg\":{}}", L""},
+        {"only null", "{\"com.pkg\":null}", L""},
+        {"empty value kept", "{\"a\":{\"k\":\"\"},\"b\":{}}", L"a;"},
+        {"no groups", "{}", L""},
+        {"services null", "null", L""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        st_ZRVInfo* raw = nullptr;
+        EXPECT_TRUE(Zorvane::GetInstance()->GetDeserialize(raw, "{\"isSuccess\":1,\"services\":" + c.services + "}"));
+        const std::unique_ptr<st_ZRVInfo> record(raw);
+        std::wstring groups;
+        for (const auto& group : record->services) groups += group.first + L";";
+        EXPECT_EQ(groups, c.groups);
+    }
+
+    st_ZRVInfo written;
+    written.services[L"empty"] = {};
+    written.services[L"full"] = {{L"cas", L"c"}};
+    st_ZRVInfo* back = nullptr;
+    EXPECT_TRUE(Zorvane::GetInstance()->GetDeserialize(back, ZorvaneTestAccess::Serialize(&written)));
+    const std::unique_ptr<st_ZRVInfo> owner(back);
+    written.services.erase(L"empty");
+    EXPECT_EQ(back->services, written.services);
+}
+
 TEST(RouteRecord, WrittenAsOneSortedLine) {
     st_ZRVInfo record;
     EXPECT_EQ(ZorvaneTestAccess::Serialize(&record),

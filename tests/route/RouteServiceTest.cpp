@@ -213,9 +213,25 @@ TEST_F(RouteService, PreferredGroupWinsAndEmptyAddressesNeverOverwrite) {
     std::vector<std::wstring> logged;
     for (const auto& line : grs::test::LogLinesOf("Zorvane::ZRVInfoInitialise")) logged.push_back(line.message);
     EXPECT_EQ(logged, (std::vector<std::wstring>{L"dravenstats:D", L"operqrtserverid:X"}));
+}
 
-    WriteCache(CacheText(L"CN", 0, L"{}"));
-    EXPECT_FALSE(Initialise(true));  // a successful record without groups
+TEST_F(RouteService, RecordWhoseGroupsAreAllEmptyIsNotApplied) {
+    const struct {
+        const wchar_t* services;
+        const wchar_t* calls;  // null: not applied
+    } cases[] = {
+        {L"{}", nullptr},
+        {L"{\"com.pkg\":{}}", nullptr},
+        {L"{\"com.pkg\":null,\"other\":{}}", nullptr},
+        {L"{\"com.pkg\":{},\"other\":{\"cas\":\"c\"}}", L"CASBaseUrl=c;"},
+    };
+    ClientStandIn::SetText(Text::PackageName, L"com.pkg");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(grs::test::Narrow(c.services));
+        WriteCache(CacheText(L"CN", 0, c.services));
+        EXPECT_EQ(Initialise(true), c.calls != nullptr);
+        EXPECT_EQ(Calls(), c.calls ? c.calls : L"");
+    }
 }
 
 TEST_F(RouteService, HostileAnswersAreContained) {

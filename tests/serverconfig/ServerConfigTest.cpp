@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "globalrootservice/ServerConfigHelper.h"
+#include "serverconfig/RegionJson.h"
 #include "serverconfig/ServerConfigPaths.h"
 #include "tests/common/TestSupport.h"
 
@@ -217,8 +218,8 @@ TEST_F(ServerConfigFiles, HostileFilesFailSafely) {
         {"deep value in the region", "{\"dr3\":" + deep + ",\"cn\":{\"zrv\":\"a\",\"x\":" + deep + "}}", nullptr, 156,
          notString},
         {"deep nesting beside", "{\"dr3\":" + deep + ",\"cn\":{\"zrv\":\"a\"}}", L"a", 0, {}},
-        {"invalid UTF-8", "{\"cn\":{\"zrv\":\"\xC3\x28\"}}", nullptr, 258, parseError},
-        {"NUL after the root", small + std::string(1, '\0') + "x", nullptr, 258, parseError},
+        {"invalid UTF-8", "{\"cn\":{\"zrv\":\"\xC3\x28\"}}", L"\xFFFD(", 0, {}},
+        {"NUL after the root", small + std::string(1, '\0') + "x", L"a", 0, {}},
         {"trailing text", small + "x", nullptr, 258, parseError},
         {"root is an array", "[" + small + "]", nullptr, 0, {}},
         {"region is a string", "{\"cn\":\"a\"}", nullptr, 0, {}},
@@ -239,13 +240,95 @@ TEST_F(ServerConfigFiles, HostileFilesFailSafely) {
         if (c.logLine == 0) {
             EXPECT_EQ(ErrorLineCount(), 0u) << c.label;
         } else {
-            EXPECT_EQ(ErrorLineCount(), 1u) << c.label;
+            // A syntax error is followed by the line that says where it is.
+            EXPECT_EQ(ErrorLineCount(), c.logLine == 258 ? 2u : 1u) << c.label;
             EXPECT_TRUE(HasLogLine(c.logLine == 258 ? "ServerConfigHelper::loadServersMap" : "ServerConfigHelper::Load",
                                    5, c.log, c.logLine))
                 << c.label;
         }
         if (c.zrv) EXPECT_EQ(helper.GetServerAddress(SERVICE_ZRV, false), c.zrv) << c.label;
     }
+}
+
+// Files the client has always accepted: bytes that are not UTF-8 (a file
+// once saved in the ANSI code page) and NUL padding after the JSON.
+TEST_F(ServerConfigFiles, StrayBytesAreReplacedAndTheTextEndsAtANul) {
+    const std::string small = "{\"cn\":{\"zrv\":\"a\"}}";
+    const struct {
+        const char* label;
+        std::string bytes;
+        const wchar_t* zrv;  // null: a syntax error
+    } cases[] = {
+        {"ANSI letter", "{\"cn\":{\"zrv\":\"caf\xE9\"}}", L"caf\xFFFD"},
+        {"ANSI letter in another key", "{\"cn\":{\"z\xE9\":\"x\",\"zrv\":\"a\"}}", L"a"},
+        {"ANSI in another region", "{\"dr2\":{\"\xFF\":1},\"cn\":{\"zrv\":\"a\"}}", L"a"},
+        {"cut sequence", "{\"cn\":{\"zrv\":\"\xE4\xB8\"}}", L"\xFFFD"},
+        {"cut four-byte sequence", "{\"cn\":{\"zrv\":\"\xF0\x9F\x98x\"}}", L"\xFFFDx"},
+        {"lone continuation bytes", "{\"cn\":{\"zrv\":\"\x80\xBF\"}}", L"\xFFFD\xFFFD"},
+        {"overlong slash", "{\"cn\":{\"zrv\":\"\xC0\xAF\"}}", L"\xFFFD\xFFFD"},
+        {"bytes never in UTF-8", "{\"cn\":{\"zrv\":\"\xFE\xFF\xF8\"}}", L"\xFFFD\xFFFD\xFFFD"},
+        {"valid beside invalid", "{\"cn\":{\"zrv\":\"\xE4\xB8\xAD\xE4\"}}", L"\x4E2D\xFFFD"},
+        {"NUL padding", small + std::string(4096, '\0'), L"a"},
+        {"NUL then garbage", small + std::string(1, '\0') + "{[\"", L"a"},
+        {"NUL inside a string", std::string("{\"cn\":{\"zrv\":\"a\0b\"}}", 20), nullptr},
+        {"NUL first", std::string(1, '\0') + small, nullptr},
+    };
+    SetCountry(L"CN");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        Write(L"ServerConfig", c.bytes);
+        ClientStandIn::ClearLogLines();
+        ServerConfigHelper helper;
+        EXPECT_EQ(helper.isFileExist(false), c.zrv != nullptr);
+        EXPECT_EQ(ErrorLineCount(), c.zrv ? 0u : 2u);
+        if (c.zrv) EXPECT_EQ(ClientStandIn::GetAddress(L"ZRVUrl"), c.zrv);
+    }
+}
+
+TEST_F(ServerConfigFiles, SyntaxErrorsAreLocated) {
+    const struct {
+        const char* label;
+        std::string text;
+        size_t offset, line, column;
+        const char* message;
+    } cases[] = {
+        {"empty", "", 0, 1, 1, "The document is empty."},
+        {"only NULs", std::string(3, '\0'), 0, 1, 1, "The document is empty."},
+        {"trailing comma", "{\"cn\":{\"zrv\":\"a\",}}", 17, 1, 18, "Missing a name for object member."},
+        {"comma missing at a line end", "{\n  \"cn\": {\n    \"zrv\": \"a\"\n    \"gw\": \"b\"\n}}", 31, 4, 5,
+         "Missing a comma or '}' after an object member."},
+        {"lines end in CR LF", "{\r\n\"cn\":\r\nx}", 10, 3, 1, "Invalid value."},
+        {"characters, not bytes", "{\"\xE4\xB8\xAD\xC3\xA9\":x}", 9, 1, 7, "Invalid value."},
+        {"cut short", "{\"cn\":{", 7, 1, 8, "Missing a name for object member."},
+        {"second root", "{}{}", 2, 1, 3, "The document root must not be followed by other values."},
+        {"escape", "{\"cn\":\"\\x\"}", 7, 1, 8, "Invalid escape character in string."},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        const grs::RegionScan scan = grs::ScanRegion(c.text, "cn");
+        ASSERT_TRUE(scan.syntaxError);
+        EXPECT_EQ(scan.errorOffset, c.offset);
+        const grs::ParseErrorPlace place = grs::DescribeParseError(c.text, scan.errorOffset, scan.errorCode);
+        EXPECT_EQ(place.line, c.line);
+        EXPECT_EQ(place.column, c.column);
+        EXPECT_EQ(place.message, c.message);
+    }
+    EXPECT_EQ(grs::DescribeParseError("ab", 99, 1000).column, 3u);  // past the end, unknown code
+    EXPECT_EQ(grs::DescribeParseError("ab", 99, 1000).message, "Unknown error.");
+
+    // The required line stays as it is; the next one says where.
+    SetCountry(L"CN");
+    Write(L"ServerConfig", cases[3].text);
+    ServerConfigHelper helper;
+    EXPECT_FALSE(helper.isFileExist(false));
+    const auto lines = grs::test::LogLinesOf("ServerConfigHelper::loadServersMap");
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].message, L"[ServerConfigHelper::loadServersMap] Parse ServerConfig Error");
+    EXPECT_EQ(lines[1].message,
+              L"[ServerConfigHelper::loadServersMap] ServerConfig broken at offset 31 (line 4, column 5): "
+              L"Missing a comma or '}' after an object member.");
+    EXPECT_EQ(lines[1].severity, 5);
+    EXPECT_EQ(lines[1].line, 258);
 }
 
 TEST_F(ServerConfigFiles, DirectoryInPlaceOfTheFileLoadsNothing) {

@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
+#include <cwchar>
+#include <vector>
 
-#include "core/Log.h"
 #include "core/UniqueResource.h"
 
 namespace grs {
@@ -13,7 +15,15 @@ namespace grs {
 ReadFileResult ReadWholeFile(const std::wstring& path, unsigned long long maxBytes, std::string& bytes) {
     UniqueFile file(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                   nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file || ::GetFileType(file.get()) != FILE_TYPE_DISK) return ReadFileResult::CannotOpen;
+    if (!file) {
+        const DWORD error = ::GetLastError();
+        return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? ReadFileResult::Missing
+                                                                                : ReadFileResult::CannotOpen;
+    }
+    if (::GetFileType(file.get()) != FILE_TYPE_DISK) {
+        ::SetLastError(ERROR_INVALID_FUNCTION);
+        return ReadFileResult::CannotOpen;
+    }
     LARGE_INTEGER size = {};
     if (!::GetFileSizeEx(file.get(), &size) || size.QuadPart < 0) return ReadFileResult::Failed;
     if (static_cast<unsigned long long>(size.QuadPart) > maxBytes) return ReadFileResult::TooLarge;
@@ -33,17 +43,61 @@ ReadFileResult ReadWholeFile(const std::wstring& path, unsigned long long maxByt
     return ReadFileResult::Ok;
 }
 
-namespace {
-
-std::wstring TemporaryPathFor(const std::wstring& path) {
-    // Unique per process and call: two writers of one file never share a
-    // temporary file, so neither can move the other's unfinished content.
-    static std::atomic<unsigned long> sequence{0};
-    return path + L"~" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++sequence) + L".tmp";
+const char* SaveStepName(SaveStep step) {
+    switch (step) {
+        case SaveStep::None:
+            return "None";
+        case SaveStep::CheckTarget:
+            return "CheckTarget";
+        case SaveStep::CreateTemporary:
+            return "CreateTemporary";
+        case SaveStep::WriteTemporary:
+            return "WriteTemporary";
+        case SaveStep::FlushTemporary:
+            return "FlushTemporary";
+        case SaveStep::ReplaceTarget:
+            return "ReplaceTarget";
+        case SaveStep::OpenTargetInPlace:
+            return "OpenTargetInPlace";
+        case SaveStep::WriteInPlace:
+            return "WriteInPlace";
+        case SaveStep::FlushInPlace:
+            return "FlushInPlace";
+    }
+    return "Unknown";
 }
 
-void LogStep(int line, const char* function, const wchar_t* step, DWORD error) {
-    log::Error(line, function, std::wstring(step) + L", error " + std::to_wstring(error));
+namespace {
+
+// A held target is usually held for a moment only (a reader, a scanner): the
+// replace is tried this many times, this far apart, before the in-place path.
+constexpr int kReplaceAttempts = 20;
+constexpr DWORD kReplacePauseMs = 10;
+
+// "<target>~.tmp" is the temporary file of every save of the target, so that a
+// save killed at any moment leaves at most that one file, which the next save
+// reuses. A save that finds it busy (another process saving the same file)
+// uses "<target>~<process>-<n>.tmp" instead. Both match "<target>~*.tmp".
+constexpr wchar_t kSharedTemporarySuffix[] = L"~.tmp";
+
+std::wstring UniqueTemporaryPath(const std::wstring& target) {
+    static std::atomic<unsigned long> sequence{0};
+    return target + L"~" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++sequence) + L".tmp";
+}
+
+// Removes the temporary files of `target` that killed saves left behind. A
+// save still running holds its file without sharing, so the delete cannot
+// take that one from under it.
+void RemoveStaleTemporaries(const std::wstring& target, const std::wstring& keep) {
+    WIN32_FIND_DATAW entry = {};
+    const UniqueFind find(::FindFirstFileW((target + L"~*.tmp").c_str(), &entry));
+    if (!find) return;
+    const std::wstring folder = target.substr(0, target.find_last_of(L"\\/") + 1);
+    do {
+        if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
+        const std::wstring stale = folder + entry.cFileName;
+        if (::_wcsicmp(stale.c_str(), keep.c_str()) != 0) ::DeleteFileW(stale.c_str());
+    } while (::FindNextFileW(find.get(), &entry));
 }
 
 bool WriteAll(HANDLE file, const std::string& bytes) {
@@ -57,60 +111,127 @@ bool WriteAll(HANDLE file, const std::string& bytes) {
     return true;
 }
 
-// Windows refuses to replace a file that another handle has open, even one
-// that shares deletion: a reader of the same settings holds it for a moment
-// only, so the move is tried again for about half a second before giving up.
-bool MoveOver(const std::wstring& from, const std::wstring& to) {
-    constexpr int kRetries = 50;
-    for (int attempt = 0;; ++attempt) {
-        if (::MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return true;
-        const DWORD error = ::GetLastError();
-        if ((error != ERROR_ACCESS_DENIED && error != ERROR_SHARING_VIOLATION) || attempt == kRetries) return false;
-        ::Sleep(10);
+SaveResult Failure(SaveStep step, DWORD error) {
+    SaveResult result;
+    result.failedStep = step;
+    result.error = error;
+    return result;
+}
+
+// The temporary file of one save, open without sharing from its creation to
+// its rename, so that no other writer can change it in between (a rename by
+// path would need the handle closed first). Removed unless it was moved.
+class TemporaryFile {
+public:
+    TemporaryFile() = default;
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() {
+        if (!m_file) return;
+        FILE_DISPOSITION_INFO remove = {};
+        remove.DeleteFile = TRUE;
+        const bool marked =
+            ::SetFileInformationByHandle(m_file.get(), FileDispositionInfo, &remove, sizeof remove) != FALSE;
+        m_file.reset();
+        if (!marked) ::DeleteFileW(m_path.c_str());
     }
+
+    bool Create(const std::wstring& target) {
+        m_path = target + kSharedTemporarySuffix;
+        // Windows refuses CREATE_ALWAYS over a hidden or system file (Wine
+        // does not): such a leftover is then handled like a busy one.
+        m_file = Open(CREATE_ALWAYS);
+        const DWORD error = ::GetLastError();
+        if (m_file) {
+            // It was there already: a save was killed, maybe more than one.
+            if (error == ERROR_ALREADY_EXISTS) RemoveStaleTemporaries(target, m_path);
+            return true;
+        }
+        if (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED) return false;
+        RemoveStaleTemporaries(target, m_path);
+        m_path = UniqueTemporaryPath(target);
+        m_file = Open(CREATE_NEW);
+        return m_file.valid();
+    }
+
+    HANDLE Handle() const { return m_file.get(); }
+
+    // Moves the file over `target` through its own handle; ERROR_SUCCESS or
+    // the Win32 error. The rename replaces the target in one step: a reader
+    // sees the old content or the new, never a mixture.
+    DWORD MoveOver(const std::wstring& target) {
+        std::vector<unsigned char> buffer(sizeof(FILE_RENAME_INFO) + target.size() * sizeof(wchar_t));
+        auto* rename = reinterpret_cast<FILE_RENAME_INFO*>(buffer.data());
+        rename->ReplaceIfExists = TRUE;
+        rename->RootDirectory = nullptr;
+        rename->FileNameLength = static_cast<DWORD>(target.size() * sizeof(wchar_t));
+        std::memcpy(rename->FileName, target.c_str(), (target.size() + 1) * sizeof(wchar_t));
+        if (!::SetFileInformationByHandle(m_file.get(), FileRenameInfo, rename, static_cast<DWORD>(buffer.size())))
+            return ::GetLastError();
+        m_file.reset();  // the file is the target now: nothing left to remove
+        return ERROR_SUCCESS;
+    }
+
+private:
+    UniqueFile Open(DWORD disposition) const {
+        return UniqueFile(::CreateFileW(m_path.c_str(), GENERIC_WRITE | DELETE, /*shareMode=*/0, nullptr, disposition,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr));
+    }
+
+    std::wstring m_path;
+    UniqueFile m_file;
+};
+
+// Another handle holds the target: Windows (classic rename semantics, as Wine)
+// refuses to rename over any open file, whatever it shares, with "access
+// denied"; a handle in the middle of its own rename gives a sharing violation.
+bool HeldByAnotherHandle(DWORD error) {
+    return error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION;
+}
+
+// The fallback when the target cannot be replaced: truncate, write, flush, in
+// the one file. Opening shares everything, so it works whenever the holder
+// shares writing. Windows refuses to open a file whose deletion is pending;
+// Wine opens it, and the content then goes with the file.
+SaveResult RewriteInPlace(const std::wstring& path, const std::string& bytes) {
+    const UniqueFile file(::CreateFileW(path.c_str(), GENERIC_WRITE,
+                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) return Failure(SaveStep::OpenTargetInPlace, ::GetLastError());
+    if (!::SetEndOfFile(file.get()) || !WriteAll(file.get(), bytes))
+        return Failure(SaveStep::WriteInPlace, ::GetLastError());
+    if (!::FlushFileBuffers(file.get())) return Failure(SaveStep::FlushInPlace, ::GetLastError());
+    // The attributes a replaced file would have; zero times stay as they are.
+    FILE_BASIC_INFO basic = {};
+    basic.FileAttributes = FILE_ATTRIBUTE_NORMAL;
+    ::SetFileInformationByHandle(file.get(), FileBasicInfo, &basic, sizeof basic);
+    return SaveResult();
 }
 
 }  // namespace
 
-bool ReplaceFileContent(const std::wstring& path, const std::string& bytes, const char* logFunction) {
+SaveResult ReplaceFileContent(const std::wstring& path, const std::string& bytes) {
     // Windows refuses to replace a read-only file; say so up front so that
     // the behaviour does not depend on the file system's rename.
     const DWORD attributes = ::GetFileAttributesW(path.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY))) {
-        LogStep(__LINE__, logFunction, L"The file is read-only or a folder", ERROR_ACCESS_DENIED);
-        return false;
-    }
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)))
+        return Failure(SaveStep::CheckTarget, ERROR_ACCESS_DENIED);
 
-    const std::wstring temporary = TemporaryPathFor(path);
-    {
-        UniqueFile file(
-            ::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-        if (!file) {
-            LogStep(__LINE__, logFunction, L"Cannot create the temporary file", ::GetLastError());
-            return false;
-        }
-        if (!WriteAll(file.get(), bytes)) {
-            const DWORD error = ::GetLastError();
-            file.reset();
-            ::DeleteFileW(temporary.c_str());
-            LogStep(__LINE__, logFunction, L"Cannot write the temporary file", error);
-            return false;
-        }
-        if (!::FlushFileBuffers(file.get())) {
-            const DWORD error = ::GetLastError();
-            file.reset();
-            ::DeleteFileW(temporary.c_str());
-            LogStep(__LINE__, logFunction, L"Cannot flush the temporary file", error);
-            return false;
-        }
+    TemporaryFile temporary;
+    if (!temporary.Create(path)) return Failure(SaveStep::CreateTemporary, ::GetLastError());
+    if (!WriteAll(temporary.Handle(), bytes)) return Failure(SaveStep::WriteTemporary, ::GetLastError());
+    if (!::FlushFileBuffers(temporary.Handle())) return Failure(SaveStep::FlushTemporary, ::GetLastError());
+
+    DWORD refused = ERROR_SUCCESS;
+    for (int attempt = 1; attempt <= kReplaceAttempts; ++attempt) {
+        refused = temporary.MoveOver(path);
+        if (refused == ERROR_SUCCESS) return SaveResult();
+        if (!HeldByAnotherHandle(refused)) return Failure(SaveStep::ReplaceTarget, refused);
+        if (attempt < kReplaceAttempts) ::Sleep(kReplacePauseMs);
     }
-    if (!MoveOver(temporary, path)) {
-        const DWORD error = ::GetLastError();
-        ::DeleteFileW(temporary.c_str());
-        LogStep(__LINE__, logFunction, L"Cannot replace the file", error);
-        return false;
-    }
-    return true;
+    SaveResult result = RewriteInPlace(path, bytes);
+    result.refusedReplace = refused;
+    return result;
 }
 
 }  // namespace grs

@@ -262,19 +262,23 @@ std::wstring CIniFileW::RenderText() const {
 }
 
 int CIniFileW::Load(const std::wstring& path) {
+    m_loadResult = grs::ReadFileResult::Failed;
+    m_loadError = 0;
     try {
         std::string bytes;
-        switch (grs::ReadWholeFile(path, kMaxFileBytes, bytes)) {
+        m_loadResult = grs::ReadWholeFile(path, kMaxFileBytes, bytes);
+        if (m_loadResult != grs::ReadFileResult::Ok) m_loadError = ::GetLastError();
+        switch (m_loadResult) {
             case grs::ReadFileResult::Ok:
                 break;
+            case grs::ReadFileResult::Missing:
             case grs::ReadFileResult::CannotOpen:
                 return 0;
             case grs::ReadFileResult::TooLarge:
                 grs::log::Error(__LINE__, kLoadFunction, L"File too large, not read: " + path);
                 return 0;
             case grs::ReadFileResult::Failed:
-                grs::log::Error(__LINE__, kLoadFunction,
-                                L"Read error " + std::to_wstring(::GetLastError()) + L": " + path);
+                grs::log::Error(__LINE__, kLoadFunction, L"Read error " + std::to_wstring(m_loadError) + L": " + path);
                 return 0;
         }
         IniEncoding encoding = IniEncoding::Utf16Le;
@@ -285,6 +289,7 @@ int CIniFileW::Load(const std::wstring& path) {
         m_encoding = encoding;
         return 1;
     } catch (...) {
+        m_loadResult = grs::ReadFileResult::Failed;
         grs::log::CurrentException(__LINE__, kLoadFunction);
     }
     return 0;
@@ -302,7 +307,21 @@ int CIniFileW::Save(const std::wstring& path) {
         }
         IniEncoding encoding = m_encoding;
         const std::string bytes = Encode(text, encoding);
-        if (!grs::ReplaceFileContent(path, bytes, kSaveFunction)) return 0;
+        const grs::SaveResult saved = grs::ReplaceFileContent(path, bytes);
+        if (!saved.Succeeded()) {
+            std::string message = "Not saved: step " + std::string(grs::SaveStepName(saved.failedStep)) + " (" +
+                                  std::to_string(static_cast<int>(saved.failedStep)) + ") failed with error " +
+                                  std::to_string(saved.error);
+            if (saved.refusedReplace != 0)
+                message += " after the replace was refused with error " + std::to_string(saved.refusedReplace);
+            grs::log::Error(__LINE__, kSaveFunction, message + ": " + grs::WideToUtf8(path));
+            return 0;
+        }
+        if (saved.RewrittenInPlace()) {
+            grs::log::Info(__LINE__, kSaveFunction,
+                           L"Rewritten in place: another handle holds the file, replace refused with error " +
+                               std::to_wstring(saved.refusedReplace) + L": " + path);
+        }
         m_encoding = encoding;
         // The private-profile functions may cache the old content.
         ::WritePrivateProfileStringW(nullptr, nullptr, nullptr, path.c_str());

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "core/FileIo.h"
+
 namespace grs {
 
 // Case-insensitive ordering of names (as _wcsicmp).
@@ -50,12 +52,17 @@ public:
     // 0 otherwise (the document is left as it was). Files over 64 MiB are refused.
     int Load(const std::wstring& path);
 
-    // Writes the whole document; 1 on success. The new content goes to a
-    // temporary file in the same folder that then replaces the old file in
-    // one step, so a crash or a full disk leaves the old file whole. Returns 0
-    // (and leaves the old file) on any failure. Entries that could not be read
-    // back as themselves are not written (see RenderText). The written file
-    // has normal attributes.
+    // What the last Load found: Ok, or why it read nothing (Missing is the
+    // one reason after which saving cannot overwrite anything), and the Win32
+    // error behind it where there was one.
+    grs::ReadFileResult LoadResult() const { return m_loadResult; }
+    unsigned long LoadError() const { return m_loadError; }
+
+    // Writes the whole document through grs::ReplaceFileContent (which states
+    // what survives a crash and other handles); 1 on success. A failure (0) is
+    // logged with the step that failed, an in-place rewrite with the reason.
+    // Entries that could not be read back as themselves are not written (see
+    // RenderText). The written file has normal attributes.
     int Save(const std::wstring& path);
 
     void Clear();
@@ -81,4 +88,6 @@ public:
 private:
     std::map<std::wstring, Section, grs::IniNameLess> m_sections;
     grs::IniEncoding m_encoding = grs::IniEncoding::Utf16Le;
+    grs::ReadFileResult m_loadResult = grs::ReadFileResult::Missing;
+    unsigned long m_loadError = 0;
 };

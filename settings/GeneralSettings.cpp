@@ -66,13 +66,15 @@ void ClientInitialize::WriteSettingFile(CIniFileW& ini, std::wstring key, std::w
 }
 
 void ClientInitialize::CreateSettingFile(std::wstring version) {
-    grs::settings::Guarded(__LINE__, "ClientInitialize::CreateSettingFile", [&version] {
+    static constexpr char kTag[] = "ClientInitialize::CreateSettingFile";
+    grs::settings::Guarded(__LINE__, kTag, [&version] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         const std::wstring path = grs::settings::SettingFilePath();
         if (path.empty()) return;
-        grs::settings::MarkChanging(path);
+        // A missing file is created; one that exists but cannot be read is left alone.
         CIniFileW ini;
-        ini.Load(path);
+        if (grs::settings::LoadSettingsFile(ini, path, kTag) == grs::settings::Loaded::Unreadable) return;
+        grs::settings::MarkChanging(path);
 
         GlobalParamWrapper& store = grs::settings::Store();
         WriteSettingFile(ini, L"Language", store.GetLocalLanguage());
@@ -89,7 +91,7 @@ void ClientInitialize::CreateSettingFile(std::wstring version) {
         WriteSettingFile(ini, L"IsOpenSyncGuide", L"0");
         WriteSettingFile(ini, L"DmpUploadUrl", store.GetDmpUploadUrl());
         WriteSettingFile(ini, L"LogPingUrl", store.GetLogPingUrl());
-        grs::log::Info(__LINE__, "ClientInitialize::CreateSettingFile", L"CreateSettingFile::Set IsGuidRun Value");
+        grs::log::Info(__LINE__, kTag, L"CreateSettingFile::Set IsGuidRun Value");
 
         ini.Save(path);
         grs::settings::MarkAtRest(path);
@@ -97,9 +99,10 @@ void ClientInitialize::CreateSettingFile(std::wstring version) {
 }
 
 void ClientInitialize::GetSettings() {
-    grs::settings::Guarded(__LINE__, "ClientInitialize::GetSettings", [] {
+    static constexpr char kTag[] = "ClientInitialize::GetSettings";
+    grs::settings::Guarded(__LINE__, kTag, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
-        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [](CIniFileW& ini) {
+        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [](CIniFileW& ini) {
             using grs::settings::Outcome;
             // "Version" and "FirstStart" decide nothing here: the record's
             // version is the built-in one.
@@ -141,9 +144,10 @@ void ClientInitialize::GetSettings() {
 }
 
 void ClientInitialize::UpdateSettings() {
-    grs::settings::Guarded(__LINE__, "ClientInitialize::UpdateSettings", [] {
+    static constexpr char kTag[] = "ClientInitialize::UpdateSettings";
+    grs::settings::Guarded(__LINE__, kTag, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
-        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [](CIniFileW& ini) {
+        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [](CIniFileW& ini) {
             using grs::settings::FieldText;
             using grs::settings::FlagText;
             using grs::settings::SetValue;

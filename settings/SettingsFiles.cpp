@@ -68,6 +68,28 @@ unsigned long WriteShowTabBar(bool showTabBar) {
     return error;
 }
 
+Loaded LoadSettingsFile(CIniFileW& ini, const std::wstring& path, const char* function) {
+    if (ini.Load(path)) return Loaded::Read;
+    const wchar_t* reason = nullptr;
+    switch (ini.LoadResult()) {
+        case ReadFileResult::Missing:
+            return Loaded::Missing;
+        case ReadFileResult::CannotOpen:
+            reason = L"it cannot be opened for reading";
+            break;
+        case ReadFileResult::TooLarge:
+            reason = L"it is too large";
+            break;
+        case ReadFileResult::Ok:  // not after a failed load
+        case ReadFileResult::Failed:
+            reason = L"reading it failed";
+            break;
+    }
+    log::Error(__LINE__, function,
+               L"Not changed, " + std::wstring(reason) + L" (error " + std::to_wstring(ini.LoadError()) + L"): " + path);
+    return Loaded::Unreadable;
+}
+
 void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value) {
     CIniFileW::Section* found = ini.AddSection(section);
     CIniFileW::Key* entry = found ? ini.AddKey(found, key) : nullptr;

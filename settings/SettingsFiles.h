@@ -54,15 +54,30 @@ enum class Outcome {
     Abandon,  // stop at once: nothing is written, the attributes stay normal
 };
 
-// Changes an existing settings file: attributes normal, document loaded,
-// `change(ini)` decides the ending. False (and nothing touched) when there is
-// no file. The caller holds the file's lock where the file has one.
+enum class Loaded {
+    Read,
+    Missing,     // no file: an empty document
+    Unreadable,  // held without read sharing, too large, a read error
+};
+
+// Loads a settings file that an operation may then save. An existing file
+// that could not be read must not be saved over: the document is empty and a
+// save would replace the user's keys by defaults. Unreadable is therefore
+// logged (severity 5, under `function`, with the reason), and the caller
+// leaves the file alone.
+Loaded LoadSettingsFile(CIniFileW& ini, const std::wstring& path, const char* function);
+
+// Changes an existing settings file: document loaded, attributes normal,
+// `change(ini)` decides the ending. False, and nothing touched, when there is
+// no file or it could not be read. The caller holds the file's lock where the
+// file has one; `function` names the operation in log lines.
 template <typename Change>
-bool ChangeExistingFile(const std::wstring& path, Change&& change) {
+bool ChangeExistingFile(const std::wstring& path, const char* function, Change&& change) {
     if (!PathExists(path)) return false;
-    MarkChanging(path);
     CIniFileW ini;
-    ini.Load(path);
+    // Gone since the test above: as if it had never been there.
+    if (LoadSettingsFile(ini, path, function) != Loaded::Read) return false;
+    MarkChanging(path);
     const Outcome outcome = change(ini);
     if (outcome == Outcome::Abandon) return true;
     if (outcome == Outcome::Save) ini.Save(path);

@@ -47,12 +47,13 @@ bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command) 
 }  // namespace grs::settings
 
 bool ClientInitialize::IsFirstStartUp() {
-    return grs::settings::Guarded(__LINE__, "ClientInitialize::IsFirstStartUp", false, [] {
+    static constexpr char kTag[] = "ClientInitialize::IsFirstStartUp";
+    return grs::settings::Guarded(__LINE__, kTag, false, [] {
         // The settings lock, although callers are told not to overlap these
         // with the locked operations: an overlap must not lose their keys.
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         std::wstring before;
-        const bool found = grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [&](CIniFileW& ini) {
+        const bool found = grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [&](CIniFileW& ini) {
             before = ini.GetValue(kSettingSection, L"IsFirstStartUp", std::wstring());
             grs::settings::SetValue(ini, kSettingSection, L"IsFirstStartUp", L"false");
             return grs::settings::Outcome::Save;
@@ -62,10 +63,11 @@ bool ClientInitialize::IsFirstStartUp() {
 }
 
 bool ClientInitialize::IsNeedCreateShortcut() {
-    return grs::settings::Guarded(__LINE__, "ClientInitialize::IsNeedCreateShortcut", false, [] {
+    static constexpr char kTag[] = "ClientInitialize::IsNeedCreateShortcut";
+    return grs::settings::Guarded(__LINE__, kTag, false, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         std::wstring flag;
-        const bool found = grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [&](CIniFileW& ini) {
+        const bool found = grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [&](CIniFileW& ini) {
             flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring());
             return grs::settings::Outcome::Save;  // rewritten unchanged, as the client always did
         });
@@ -74,9 +76,10 @@ bool ClientInitialize::IsNeedCreateShortcut() {
 }
 
 void ClientInitialize::SetCreateShortcutFlag() {
-    grs::settings::Guarded(__LINE__, "ClientInitialize::SetCreateShortcutFlag", [] {
+    static constexpr char kTag[] = "ClientInitialize::SetCreateShortcutFlag";
+    grs::settings::Guarded(__LINE__, kTag, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
-        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [](CIniFileW& ini) {
+        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [](CIniFileW& ini) {
             grs::settings::SetValue(ini, kSettingSection, L"NoticeCreateLink", L"1");
             return grs::settings::Outcome::Save;
         });

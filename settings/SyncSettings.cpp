@@ -19,6 +19,7 @@
 #include "core/ServicePaths.h"
 #include "core/TextUtil.h"
 #include "core/UniqueResource.h"
+#include "core/Worker.h"
 #include "globalrootservice/collaborators/AccountSession.h"
 #include "globalrootservice/collaborators/AnyHttpLib.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
@@ -31,22 +32,6 @@ namespace {
 
 constexpr DWORD kBaseUriPollMs = 5000;
 constexpr char kSyncSettingSectionA[] = "SyncSetting";
-
-// What the detached "BaseUri" thread owns: its own copy of the path and a
-// reference on this module, so that the code it runs stays mapped even if the
-// client unloads the library while the thread still waits.
-struct BaseUriJob {
-    std::wstring path;
-    HMODULE module = nullptr;
-};
-
-HMODULE ReferenceThisModule() {
-    HMODULE module = nullptr;
-    if (!::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&kBaseUriPollMs),
-                              &module))
-        return nullptr;
-    return module;
-}
 
 // The cache folder, one backslash unless it already ends in one, and the
 // SHA-256 of the user's id: accounts never share a thumbnail folder.
@@ -70,9 +55,9 @@ void PrintHttpLog(const std::string& message) {
 // The values reach the file with the next CreateSyncSettingFile.
 template <typename Change>
 void ChangeSyncCopy(int line, const char* tag, Change change) {
-    grs::settings::Guarded(line, tag, [&change] {
+    grs::settings::Guarded(line, tag, [tag, &change] {
         std::lock_guard<std::mutex> lock(grs::settings::SyncSettingsLock());
-        grs::settings::ChangeExistingFile(grs::settings::SyncSettingFilePath(), [&change](CIniFileW& ini) {
+        grs::settings::ChangeExistingFile(grs::settings::SyncSettingFilePath(), tag, [&change](CIniFileW& ini) {
             change(ini);
             return grs::settings::Outcome::Discard;
         });
@@ -82,8 +67,9 @@ void ChangeSyncCopy(int line, const char* tag, Change change) {
 }  // namespace
 
 void ClientInitialize::CreateSyncSettingFile() {
-    constexpr char kTag[] = "ClientInitialize::CreateSyncSettingFile";
-    grs::settings::Guarded(__LINE__, kTag, [&kTag] {
+    // Static: the worker started below keeps the name.
+    static constexpr char kTag[] = "ClientInitialize::CreateSyncSettingFile";
+    grs::settings::Guarded(__LINE__, kTag, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SyncSettingsLock());
         const std::wstring path = grs::settings::SyncSettingFilePath();
         if (path.empty()) return;
@@ -132,29 +118,8 @@ void ClientInitialize::CreateSyncSettingFile() {
         }
         grs::settings::MarkAtRest(path);
 
-        // A lambda without captures: a plain thread entry with access to the
-        // private SyncBaseUri.
-        LPTHREAD_START_ROUTINE entry = [](LPVOID parameter) -> DWORD {
-            HMODULE module = nullptr;
-            {
-                std::unique_ptr<BaseUriJob> job(static_cast<BaseUriJob*>(parameter));
-                module = job->module;
-                SyncBaseUri(std::move(job->path));
-            }
-            if (module) ::FreeLibraryAndExitThread(module, 0);
-            return 0;
-        };
-        auto job = std::make_unique<BaseUriJob>();
-        job->path = path;
-        job->module = ReferenceThisModule();
-        grs::UniqueHandle thread(::CreateThread(nullptr, 0, entry, job.get(), 0, nullptr));
-        if (thread) {
-            static_cast<void>(job.release());  // the thread owns it now; the handle closes: detached
-        } else {
-            const DWORD error = ::GetLastError();
-            if (job->module) ::FreeLibrary(job->module);
-            grs::log::Error(__LINE__, kTag, L"start SyncBaseUri thread failed, code:" + std::to_wstring(error));
-        }
+        // The thread owns its copy of the path.
+        grs::StartWorker(__LINE__, kTag, [path] { SyncBaseUri(path); });
     });
 }
 
@@ -171,9 +136,9 @@ void ClientInitialize::SyncBaseUri(std::wstring path) {
             ::Sleep(kBaseUriPollMs);
         }
 
-        grs::settings::MarkChanging(path);
         CIniFileW ini;
-        ini.Load(path);
+        if (grs::settings::LoadSettingsFile(ini, path, kTag) == grs::settings::Loaded::Unreadable) return;
+        grs::settings::MarkChanging(path);
         grs::settings::SetValue(ini, kSyncSettingSection, L"BaseUri", grs::Utf8ToWide(address));
         if (!ini.Save(path)) grs::log::Error(__LINE__, kTag, "SyncBaseUri syncSetting file update error!");
         grs::settings::MarkAtRest(path);

@@ -10,10 +10,11 @@ using grs::settings::kSettingSection;
 
 void ClientInitialize::SetUpgradeInfo(std::vector<SettingInfo> infos) {
     if (infos.empty()) return;
-    grs::settings::Guarded(__LINE__, "ClientInitialize::SetUpgradeInfo", [&infos] {
+    static constexpr char kTag[] = "ClientInitialize::SetUpgradeInfo";
+    grs::settings::Guarded(__LINE__, kTag, [&infos] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         // No file: the pairs are dropped rather than creating a partial file.
-        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), [&infos](CIniFileW& ini) {
+        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [&infos](CIniFileW& ini) {
             for (const SettingInfo& info : infos) grs::settings::SetValue(ini, kSettingSection, info.key, info.value);
             return grs::settings::Outcome::Save;
         });

@@ -3,11 +3,10 @@
 // copy of the thumbnail caches to the new cache folder.
 #include <windows.h>
 
-#include <thread>
-
 #include "core/PathUtil.h"
 #include "core/TextUtil.h"
 #include "core/UniqueResource.h"
+#include "core/Worker.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "userprops/UserPropertyRules.h"
 
@@ -21,12 +20,9 @@ constexpr const char* kCheckCacheFile = "ClientInitialize::CheckCacheFile";
 constexpr const char* kCopyCacheFile = "ClientInitialize::CopyCacheFile";
 
 void StartCacheCopy(const std::wstring& source, const std::wstring& destination) {
-    try {
-        // The thread owns copies of both paths; it never sees the rows.
-        std::thread([source, destination] { ClientInitialize::CopySyncFolderToCache(source, destination); }).detach();
-    } catch (const std::exception& e) {
-        grs::log::Exception(__LINE__, kCheckPath, e.what());
-    }
+    // The thread owns copies of both paths; it never sees the rows.
+    grs::StartWorker(__LINE__, kCheckPath,
+                     [source, destination] { ClientInitialize::CopySyncFolderToCache(source, destination); });
 }
 
 }  // namespace

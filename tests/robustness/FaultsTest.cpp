@@ -34,7 +34,8 @@ using Faults = SettingsTest;
 
 // Each fault, then every settings operation in turn on it.
 TEST_F(Faults, SettingsOperationsSurviveBrokenFilesAndFolders) {
-    enum class After { Unchanged, KeepsItsKeys, NoFile, StillAFolder };
+    enum class After { Unchanged, UnchangedOversize, KeepsItsKeys, NoFile, StillAFolder };
+    constexpr long long kOversize = (64ll << 20) + 1;
     const std::string original = "[Setting]\nKeep=me\nIsFirstStartUp=true\nInstallTime=1\n";
     Random random(51);
     const struct {
@@ -48,6 +49,26 @@ TEST_F(Faults, SettingsOperationsSurviveBrokenFilesAndFolders) {
                  ::CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
          },
          After::Unchanged},
+        // Existing files that cannot be read are never saved over: a save
+        // would replace the user's keys by defaults. Under Wine, as under
+        // Windows, the holder below blocks the replace, and the save's
+        // in-place path would otherwise overwrite the file.
+        {"held without read sharing",
+         [](const std::wstring& path) {
+             return std::make_shared<UniqueFile>(::CreateFileW(
+                 path.c_str(), GENERIC_READ, FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr));
+         },
+         After::Unchanged},
+        {"over the size limit",
+         [](const std::wstring& path) {
+             UniqueFile file(::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+             LARGE_INTEGER end = {};
+             end.QuadPart = kOversize;
+             ::SetFilePointerEx(file.get(), end, nullptr, FILE_BEGIN);
+             ::SetEndOfFile(file.get());
+             return nullptr;
+         },
+         After::UnchangedOversize},
         {"read-only and hidden",
          [](const std::wstring& path) {
              ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
@@ -95,6 +116,10 @@ TEST_F(Faults, SettingsOperationsSurviveBrokenFilesAndFolders) {
                 case After::Unchanged:
                     EXPECT_EQ(ReadFileBytes(SettingPath()), original);
                     break;
+                case After::UnchangedOversize:
+                    EXPECT_TRUE(ReadFileBytes(SettingPath()) ==
+                                original + std::string(static_cast<size_t>(kOversize) - original.size(), '\0'));
+                    break;
                 case After::KeepsItsKeys:
                     EXPECT_EQ(Setting(L"Keep"), L"me");
                     break;
@@ -108,6 +133,27 @@ TEST_F(Faults, SettingsOperationsSurviveBrokenFilesAndFolders) {
             }
         }
     }
+}
+
+// A tool holding "Setting.ini" open for reading and writing, without delete
+// sharing, as backup tools and editors do: the change still arrives, through
+// the in-place path, which the log names.
+TEST_F(Faults, SaveWhileAnotherHandleHoldsTheFileArrives) {
+    ClientInitialize::CreateSettingFile(L"1.0");
+    ClientStandIn::ClearLogLines();
+    {
+        const UniqueFile held(::CreateFileW(SettingPath().c_str(), GENERIC_READ | GENERIC_WRITE,
+                                            FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
+        ASSERT_TRUE(held);
+        ClientInitialize::SetUpgradeInfo({{L"Kept", L"yes"}});
+    }
+    EXPECT_EQ(Setting(L"Kept"), L"yes");
+    EXPECT_EQ(Setting(L"Platform"), L"x64");
+    EXPECT_EQ(Attributes(SettingPath()), kAtRest);
+    const auto saves = LogLinesOf("CIniFileW::Save");
+    ASSERT_EQ(saves.size(), 1u);
+    EXPECT_EQ(saves[0].severity, 2);
+    EXPECT_EQ(saves[0].message.rfind(L"Rewritten in place", 0), 0u) << Narrow(saves[0].message);
 }
 
 // A cache that is not a route record, or a damaged one: never a crash, and a

@@ -1,0 +1,132 @@
+// The file kit: whole-file reads that say why they failed, and saves that
+// arrive whatever holds the target and leave no temporary file behind.
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <functional>
+#include <set>
+#include <string>
+
+#include "core/FileIo.h"
+#include "core/UniqueResource.h"
+#include "tests/common/TestSupport.h"
+
+namespace {
+
+using grs::ReadFileResult;
+using grs::SaveStep;
+using grs::test::ReadFileBytes;
+using grs::test::TempFolder;
+using grs::test::WriteFileBytes;
+
+grs::UniqueFile Hold(const std::wstring& path, DWORD access, DWORD share, DWORD disposition = OPEN_EXISTING) {
+    return grs::UniqueFile(::CreateFileW(path.c_str(), access, share, nullptr, disposition, 0, nullptr));
+}
+
+std::set<std::wstring> Names(const std::wstring& folder) {
+    std::set<std::wstring> names;
+    WIN32_FIND_DATAW entry;
+    const grs::UniqueFind find(::FindFirstFileW((folder + L"\\*").c_str(), &entry));
+    if (find) {
+        do {
+            if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) names.insert(entry.cFileName);
+        } while (::FindNextFileW(find.get(), &entry));
+    }
+    return names;
+}
+
+TEST(ReadWholeFile, SaysWhyNothingWasRead) {
+    TempFolder folder;
+    const std::wstring path = folder / L"f.ini";
+    ASSERT_TRUE(WriteFileBytes(path, "1234"));
+    const struct {
+        const char* name;
+        std::wstring path;
+        unsigned long long limit;
+        DWORD heldShare;  // 0xFF: not held
+        ReadFileResult result;
+        DWORD error;
+    } cases[] = {
+        {"read", path, 4, 0xFF, ReadFileResult::Ok, 0},
+        {"missing file", folder / L"none.ini", 4, 0xFF, ReadFileResult::Missing, ERROR_FILE_NOT_FOUND},
+        {"missing folder", folder / L"none\\f.ini", 4, 0xFF, ReadFileResult::Missing, ERROR_PATH_NOT_FOUND},
+        {"a folder", folder.Path(), 4, 0xFF, ReadFileResult::CannotOpen, 0},
+        {"held without read sharing", path, 4, FILE_SHARE_WRITE | FILE_SHARE_DELETE, ReadFileResult::CannotOpen,
+         ERROR_SHARING_VIOLATION},
+        {"one byte over the limit", path, 3, 0xFF, ReadFileResult::TooLarge, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const grs::UniqueFile held(c.heldShare == 0xFF ? INVALID_HANDLE_VALUE
+                                                       : Hold(path, GENERIC_READ, c.heldShare).release());
+        std::string bytes = "untouched";
+        EXPECT_EQ(grs::ReadWholeFile(c.path, c.limit, bytes), c.result);
+        if (c.error != 0) EXPECT_EQ(::GetLastError(), c.error);
+        EXPECT_EQ(bytes, c.result == ReadFileResult::Ok ? "1234" : "untouched");
+    }
+}
+
+// What the save leaves: the new content (replaced, or rewritten in place when
+// another handle holds the target), or the old content and the failed step;
+// never a temporary file, except one that another save still holds.
+TEST(ReplaceFileContent, ArrivesWhateverHoldsTheTargetAndLeavesNoTemporaryFile) {
+    TempFolder folder;
+    const std::wstring target = folder / L"Setting.ini";
+    const std::wstring shared = target + L"~.tmp";
+    const auto none = [] { return grs::UniqueFile(); };
+    const struct {
+        const char* name;
+        std::function<grs::UniqueFile()> arrange;  // what it returns is held during the save
+        SaveStep failedStep;
+        bool inPlace;
+        std::set<std::wstring> others;  // names beside the target afterwards
+    } cases[] = {
+        {"nothing holds it", none, SaveStep::None, false, {}},
+        // Windows' classic rename, as Wine's, refuses to replace any open
+        // file, whatever it shares.
+        {"a reader sharing reading and writing",
+         [&] { return Hold(target, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE); }, SaveStep::None, true, {}},
+        {"a reader sharing everything",
+         [&] { return Hold(target, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE); },
+         SaveStep::None, true, {}},
+        {"a reader sharing only reading", [&] { return Hold(target, GENERIC_READ, FILE_SHARE_READ); },
+         SaveStep::OpenTargetInPlace, false, {}},
+        {"read-only",
+         [&] {
+             ::SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_READONLY);
+             return grs::UniqueFile();
+         },
+         SaveStep::CheckTarget, false, {}},
+        {"temporary files of killed saves",
+         [&] {
+             WriteFileBytes(shared, "half");
+             WriteFileBytes(target + L"~77-1.tmp", "half");
+             WriteFileBytes(target + L"~78-9.tmp", "half");
+             return grs::UniqueFile();
+         },
+         SaveStep::None, false, {}},
+        {"the temporary file busy in another save", [&] { return Hold(shared, GENERIC_WRITE, 0, CREATE_ALWAYS); },
+         SaveStep::None, false, {L"Setting.ini~.tmp"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        ASSERT_TRUE(WriteFileBytes(target, "old content"));
+        grs::SaveResult saved;
+        {
+            const grs::UniqueFile held = c.arrange();
+            saved = grs::ReplaceFileContent(target, "new");
+        }
+        EXPECT_EQ(saved.failedStep, c.failedStep);
+        EXPECT_EQ(saved.RewrittenInPlace(), c.inPlace);
+        if (c.inPlace) EXPECT_NE(saved.refusedReplace, 0u);
+        ::SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL);
+        EXPECT_EQ(ReadFileBytes(target), saved.Succeeded() ? "new" : "old content");
+        std::set<std::wstring> others = Names(folder.Path());
+        others.erase(L"Setting.ini");
+        EXPECT_EQ(others, c.others);
+        ::DeleteFileW(shared.c_str());
+    }
+}
+
+}  // namespace

@@ -6,11 +6,15 @@
 #include <map>
 #include <mutex>
 
+#include "core/FileIo.h"
 #include "standin/StandInState.h"
 
 using namespace ClientStandIn::detail;
 
 namespace {
+
+// Content is a route cache or a configuration: far below this.
+constexpr unsigned long long kMaxContentBytes = 256ull << 20;
 
 struct CachedContent {
     FILETIME written = {};
@@ -72,7 +76,7 @@ std::wstring ConfigEntityManager::GetConfigContentByType(ConfigEntityEnum kind) 
                 return it->second.content;
         }
         std::string bytes;
-        if (!ReadWholeFile(path, bytes)) return std::wstring();
+        if (grs::ReadWholeFile(path, kMaxContentBytes, bytes) != grs::ReadFileResult::Ok) return std::wstring();
         std::wstring content = FromUtf8(bytes);
         Remember(path, content);
         return content;
@@ -84,7 +88,7 @@ std::wstring ConfigEntityManager::GetConfigContentByType(ConfigEntityEnum kind) 
 void ConfigEntityManager::updateConfigContent(ConfigEntityEnum kind, std::wstring& content) {
     try {
         const std::wstring path = ClientStandIn::ContentFilePath(static_cast<int>(kind));
-        if (!path.empty() && WriteFileReplacing(path, ToUtf8(content))) Remember(path, content);
+        if (!path.empty() && grs::ReplaceFileContent(path, ToUtf8(content)).Succeeded()) Remember(path, content);
     } catch (...) {
     }
 }

@@ -101,46 +101,6 @@ std::wstring DataFolder() {
     return folder;
 }
 
-bool WriteFileReplacing(const std::wstring& path, const std::string& bytes) {
-    const std::wstring temporary = path + L".tmp";
-    {
-        grs::UniqueFile file(
-            ::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-        if (!file) return false;
-        DWORD written = 0;
-        if (!bytes.empty() &&
-            (!::WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) ||
-             written != bytes.size())) {
-            file.reset();
-            ::DeleteFileW(temporary.c_str());
-            return false;
-        }
-        ::FlushFileBuffers(file.get());
-    }
-    if (!::MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
-        ::DeleteFileW(temporary.c_str());
-        return false;
-    }
-    return true;
-}
-
-bool ReadWholeFile(const std::wstring& path, std::string& bytes) {
-    grs::UniqueFile file(::CreateFileW(path.c_str(), GENERIC_READ,
-                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                                       FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file) return false;
-    LARGE_INTEGER size = {};
-    if (!::GetFileSizeEx(file.get(), &size) || size.QuadPart > (256LL << 20)) return false;
-    std::string content(static_cast<size_t>(size.QuadPart), '\0');
-    DWORD read = 0;
-    if (!content.empty() && (!::ReadFile(file.get(), &content[0], static_cast<DWORD>(content.size()), &read, nullptr) ||
-                             read != content.size())) {
-        return false;
-    }
-    bytes.swap(content);
-    return true;
-}
-
 }  // namespace ClientStandIn::detail
 
 namespace ClientStandIn {

@@ -67,9 +67,6 @@ std::wstring DataFolder();
 using grs::support::FromUtf8;
 using grs::support::ToUtf8;
 
-// Writes `bytes` to a temporary file beside `path` and moves it over `path`.
-bool WriteFileReplacing(const std::wstring& path, const std::string& bytes);
-bool ReadWholeFile(const std::wstring& path, std::string& bytes);
 
 // Drops the configuration content kept in memory (a restart of the client).
 void ForgetConfigContent();

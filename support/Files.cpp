@@ -2,9 +2,15 @@
 
 #include <windows.h>
 
+#include "core/FileIo.h"
 #include "core/UniqueResource.h"
 
 namespace grs::support {
+
+namespace {
+// The tests and the tools read their own files; none comes near this.
+constexpr unsigned long long kMaxTestFileBytes = 1ull << 30;
+}  // namespace
 
 void RemoveTree(const std::wstring& path) {
     const DWORD attributes = ::GetFileAttributesW(path.c_str());
@@ -36,14 +42,8 @@ bool WriteFileBytes(const std::wstring& path, const std::string& bytes) {
 }
 
 std::string ReadFileBytes(const std::wstring& path) {
-    HANDLE file = ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return std::string();
     std::string bytes;
-    char buffer[65536];
-    DWORD read = 0;
-    while (::ReadFile(file, buffer, sizeof buffer, &read, nullptr) && read > 0) bytes.append(buffer, read);
-    ::CloseHandle(file);
+    ReadWholeFile(path, kMaxTestFileBytes, bytes);
     return bytes;
 }
 

@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "core/FileIo.h"
 #include "core/UniqueResource.h"
 #include "support/Files.h"
 #include "tools/route-server/RouteServer.h"
@@ -99,15 +100,8 @@ int main() {
     }
     std::fflush(stdout);
     if (!portFile.empty()) {
-        // Written whole under a temporary name, so a reader never sees half of it.
-        const std::wstring temporary = portFile + L".tmp";
-        grs::UniqueFile file(::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
-        DWORD written = 0;
-        if (file) {
-            ::WriteFile(file.get(), portLines.data(), static_cast<DWORD>(portLines.size()), &written, nullptr);
-            file.reset();
-            ::MoveFileExW(temporary.c_str(), portFile.c_str(), MOVEFILE_REPLACE_EXISTING);
-        }
+        // Replaced whole, so a reader never sees half of it.
+        (void)grs::ReplaceFileContent(portFile, portLines);
     }
 
     const grs::UniqueHandle parent(parentPid ? ::OpenProcess(SYNCHRONIZE, FALSE, parentPid) : nullptr);

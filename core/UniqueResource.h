@@ -8,6 +8,8 @@
 #include <winsock2.h>
 #include <windows.h>
 
+#include <cstdint>
+#include <type_traits>
 #include <utility>
 
 namespace grs {
@@ -53,55 +55,35 @@ private:
     Handle m_handle;
 };
 
-struct FileHandleTraits {
-    using Handle = HANDLE;
-    static Handle Invalid() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Handle h) noexcept { ::CloseHandle(h); }
+// Traits from the handle type, its invalid value as a number (-1 for
+// INVALID_HANDLE_VALUE and INVALID_SOCKET, 0 for null) and its close function.
+template <typename H, std::intptr_t InvalidValue, auto CloseFunction>
+struct HandleTraits {
+    using Handle = H;
+    static Handle Invalid() noexcept {
+        if constexpr (std::is_pointer_v<H>) {
+            return reinterpret_cast<Handle>(InvalidValue);
+        } else {
+            return static_cast<Handle>(InvalidValue);
+        }
+    }
+    static void Close(Handle h) noexcept { CloseFunction(h); }
 };
 
-struct KernelHandleTraits {
-    using Handle = HANDLE;
-    static Handle Invalid() noexcept { return nullptr; }
-    static void Close(Handle h) noexcept { ::CloseHandle(h); }
-};
-
-struct FindHandleTraits {
-    using Handle = HANDLE;
-    static Handle Invalid() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Handle h) noexcept { ::FindClose(h); }
-};
-
-struct RegKeyTraits {
-    using Handle = HKEY;
-    static Handle Invalid() noexcept { return nullptr; }
-    static void Close(Handle h) noexcept { ::RegCloseKey(h); }
-};
-
-struct ModuleTraits {
-    using Handle = HMODULE;
-    static Handle Invalid() noexcept { return nullptr; }
-    static void Close(Handle h) noexcept { ::FreeLibrary(h); }
-};
-
-struct SocketTraits {
-    using Handle = SOCKET;
-    static Handle Invalid() noexcept { return INVALID_SOCKET; }
-    static void Close(Handle h) noexcept { ::closesocket(h); }
-};
-
-struct LocalMemoryTraits {
-    using Handle = HLOCAL;
-    static Handle Invalid() noexcept { return nullptr; }
-    static void Close(Handle h) noexcept { ::LocalFree(h); }
-};
-
-using UniqueFile = UniqueResource<FileHandleTraits>;      // CreateFileW
-using UniqueHandle = UniqueResource<KernelHandleTraits>;  // events, threads, processes
-using UniqueFind = UniqueResource<FindHandleTraits>;      // FindFirstFileW
-using UniqueKey = UniqueResource<RegKeyTraits>;           // RegOpenKeyExW
-using UniqueModule = UniqueResource<ModuleTraits>;        // LoadLibraryW, pinning GetModuleHandleExW
-using UniqueSocket = UniqueResource<SocketTraits>;        // socket, accept
-using UniqueLocal = UniqueResource<LocalMemoryTraits>;    // memory the API hands out for LocalFree
+// CreateFileW
+using UniqueFile = UniqueResource<HandleTraits<HANDLE, -1, &::CloseHandle>>;
+// events, threads, processes
+using UniqueHandle = UniqueResource<HandleTraits<HANDLE, 0, &::CloseHandle>>;
+// FindFirstFileW
+using UniqueFind = UniqueResource<HandleTraits<HANDLE, -1, &::FindClose>>;
+// RegOpenKeyExW, RegCreateKeyExW
+using UniqueKey = UniqueResource<HandleTraits<HKEY, 0, &::RegCloseKey>>;
+// LoadLibraryW, and GetModuleHandleExW without the unchanged-refcount flag
+using UniqueModule = UniqueResource<HandleTraits<HMODULE, 0, &::FreeLibrary>>;
+// socket, accept
+using UniqueSocket = UniqueResource<HandleTraits<SOCKET, -1, &::closesocket>>;
+// memory that the API hands out for LocalFree (CommandLineToArgvW, FormatMessageW)
+using UniqueLocal = UniqueResource<HandleTraits<HLOCAL, 0, &::LocalFree>>;
 
 // Both handles CreateProcessW returns.
 struct UniqueProcess {

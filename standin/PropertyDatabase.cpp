@@ -14,18 +14,8 @@ using namespace ClientStandIn::detail;
 
 namespace {
 
-struct ConnectionTraits {
-    using Handle = sqlite3*;
-    static Handle Invalid() noexcept { return nullptr; }
-    static void Close(Handle h) noexcept { sqlite3_close(h); }
-};
-struct StatementTraits {
-    using Handle = sqlite3_stmt*;
-    static Handle Invalid() noexcept { return nullptr; }
-    static void Close(Handle h) noexcept { sqlite3_finalize(h); }
-};
-using UniqueConnection = grs::UniqueResource<ConnectionTraits>;
-using Statement = grs::UniqueResource<StatementTraits>;
+using UniqueConnection = grs::UniqueResource<grs::HandleTraits<sqlite3*, 0, &sqlite3_close>>;
+using Statement = grs::UniqueResource<grs::HandleTraits<sqlite3_stmt*, 0, &sqlite3_finalize>>;
 
 struct Database {
     std::mutex mutex;

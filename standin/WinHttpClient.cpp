@@ -12,12 +12,7 @@ namespace ClientStandIn::detail {
 
 namespace {
 
-struct InternetTraits {
-    using Handle = HINTERNET;
-    static Handle Invalid() noexcept { return nullptr; }
-    static void Close(Handle h) noexcept { ::WinHttpCloseHandle(h); }
-};
-using UniqueInternet = grs::UniqueResource<InternetTraits>;
+using UniqueInternet = grs::UniqueResource<grs::HandleTraits<HINTERNET, 0, &::WinHttpCloseHandle>>;
 
 HttpResponse Failed(HttpResponse response, const char* step) {
     response.error = ::GetLastError();

@@ -12,7 +12,7 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 SECONDS_EACH=${1:-60}
 shift || true
 TARGETS=("$@")
-[ "${#TARGETS[@]}" -gt 0 ] || TARGETS=(IniDocumentFuzz DecimalFuzz RouteRecordFuzz RegionFuzz)
+[ "${#TARGETS[@]}" -gt 0 ] || TARGETS=(IniDocumentFuzz SettingsFileFuzz DecimalFuzz RouteRecordFuzz RouteCacheFuzz RegionFuzz)
 BUILD=${GRS_FUZZ_BUILD:-$ROOT/build-fuzz}
 case "$BUILD" in /*) ;; *) BUILD="$ROOT/$BUILD" ;; esac
 

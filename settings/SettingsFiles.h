@@ -2,7 +2,8 @@
 
 // Internal helpers shared by the settings operations: where the two settings
 // files live, the two process-wide locks, the attribute dance around every
-// change, and small text helpers.
+// change, and small text helpers. The rules over the document itself are in
+// SettingRules.h.
 
 #include <cwchar>
 #include <exception>
@@ -13,13 +14,11 @@
 #include "core/Guarded.h"
 #include "core/Log.h"
 #include "core/PathUtil.h"
+#include "settings/SettingRules.h"
 
 class GlobalParamWrapper;
 
 namespace grs::settings {
-
-constexpr wchar_t kSettingSection[] = L"Setting";
-constexpr wchar_t kSyncSettingSection[] = L"SyncSetting";
 
 // Serialises every read-modify-write of "Setting.ini" / "SyncSetting.ini".
 // Never destroyed: a detached thread may still run at process exit.
@@ -80,14 +79,6 @@ bool ChangeExistingFile(const std::wstring& path, const char* function, Change&&
 }
 
 using ::grs::Guarded;
-
-// Gets or adds the section and the key and assigns the value, overwriting.
-void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value);
-
-// The leading decimal number of `text` as the C library's atoll reads it:
-// leading white space, one sign, digits up to the first other character, 0
-// when there are none; saturates instead of overflowing.
-long long LeadingInteger(const std::string& text);
 
 // A fixed text field up to its terminator, never past its end.
 template <size_t N>

@@ -152,6 +152,32 @@ TEST(CIniFileW, LoadsAnyFileAndSavesInTheEncodingItRead) {
     EXPECT_EQ(ini.FindSection(L"S")->keys.size(), 200000u);
 }
 
+// A value UTF-8 cannot carry turns the file into UTF-16, which carries every
+// value exactly (found by fuzzing: a lone surrogate came back as U+FFFD).
+TEST(CIniFileW, ValuesUtf8CannotCarrySwitchTheFileToUtf16) {
+    const struct {
+        const char* name;
+        std::string bytes;
+        std::wstring value;
+    } cases[] = {
+        {"utf-8, lone surrogate", "[S]\nk=\xC3\xA9\n", std::wstring(1, static_cast<wchar_t>(0xD800))},
+        {"utf-8 bom, lone surrogate", "\xEF\xBB\xBF[S]\nk=v\n", L"a" + std::wstring(1, static_cast<wchar_t>(0xDC00))},
+    };
+    TempFolder folder;
+    const std::wstring path = folder / L"carry.ini";
+    for (const auto& c : cases) {
+        ASSERT_TRUE(WriteFileBytes(path, c.bytes));
+        CIniFileW ini;
+        ASSERT_EQ(ini.Load(path), 1) << c.name;
+        ini.AddKey(ini.FindSection(L"S"), L"k")->value = c.value;
+        ASSERT_EQ(ini.Save(path), 1) << c.name;
+        CIniFileW back;
+        ASSERT_EQ(back.Load(path), 1) << c.name;
+        EXPECT_EQ(back.Encoding(), grs::IniEncoding::Utf16Le) << c.name;
+        EXPECT_EQ(back.GetValue(L"S", L"k", L""), c.value) << c.name;
+    }
+}
+
 // Files as the private-profile functions and the narrow accessor leave them:
 // after a load, a change and a save, every reader still gets every value.
 TEST(CIniFileW, RoundTripsFilesOfThePrivateProfileFunctions) {

@@ -21,6 +21,7 @@ void Logger::CloudLogger::Output(ModuleType, LogSeverity, int, std::string, std:
 
 // The route decisions share a source with the table of parameter-store
 // setters; nothing here calls them. A setter added to that table is added here.
+// clang-format off
 #define GRS_ROUTE_SETTERS(X) \
     X(SetASBaseUrl) X(SetAgreementUrl) X(SetBasicUrl) X(SetBusinessUrl) X(SetCASBaseUrl) X(SetCBSUrl) X(SetCbsV3Url) \
     X(SetCloudPhotoUrl) X(SetCloudPhotoV2Url) X(SetCloudServiceAgreementUrl) X(SetCloudSyncDriveUrl) \
@@ -30,6 +31,7 @@ void Logger::CloudLogger::Output(ModuleType, LogSeverity, int, std::string, std:
     X(SetOpenSource) X(SetOperqrtServerIdUrl) X(SetPIMDSUrl) X(SetPortalUrl) X(SetPushTokenUrl) X(SetPushUrl) \
     X(SetQirentClubUrl) X(SetSyncServerUrl) X(SetTestZavkooperqrtUrl) X(SetTrsUrl) X(SetUBAUrl) \
     X(SetUserInformationserviceUrl)
+// clang-format on
 #define GRS_IGNORE_SETTER(name) \
     void GlobalParamWrapper::name(const std::wstring&) {}
 GRS_ROUTE_SETTERS(GRS_IGNORE_SETTER)

@@ -74,8 +74,9 @@ Loaded LoadSettingsFile(CIniFileW& ini, const std::wstring& path, const char* fu
             reason = L"reading it failed";
             break;
     }
-    log::Error(__LINE__, function,
-               L"Not changed, " + std::wstring(reason) + L" (error " + std::to_wstring(ini.LoadError()) + L"): " + path);
+    log::Error(
+        __LINE__, function,
+        L"Not changed, " + std::wstring(reason) + L" (error " + std::to_wstring(ini.LoadError()) + L"): " + path);
     return Loaded::Unreadable;
 }
 

@@ -18,7 +18,7 @@ ReadFileResult ReadWholeFile(const std::wstring& path, unsigned long long maxByt
     if (!file) {
         const DWORD error = ::GetLastError();
         return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? ReadFileResult::Missing
-                                                                                : ReadFileResult::CannotOpen;
+                                                                              : ReadFileResult::CannotOpen;
     }
     if (::GetFileType(file.get()) != FILE_TYPE_DISK) {
         ::SetLastError(ERROR_INVALID_FUNCTION);
@@ -44,27 +44,12 @@ ReadFileResult ReadWholeFile(const std::wstring& path, unsigned long long maxByt
 }
 
 const char* SaveStepName(SaveStep step) {
-    switch (step) {
-        case SaveStep::None:
-            return "None";
-        case SaveStep::CheckTarget:
-            return "CheckTarget";
-        case SaveStep::CreateTemporary:
-            return "CreateTemporary";
-        case SaveStep::WriteTemporary:
-            return "WriteTemporary";
-        case SaveStep::FlushTemporary:
-            return "FlushTemporary";
-        case SaveStep::ReplaceTarget:
-            return "ReplaceTarget";
-        case SaveStep::OpenTargetInPlace:
-            return "OpenTargetInPlace";
-        case SaveStep::WriteInPlace:
-            return "WriteInPlace";
-        case SaveStep::FlushInPlace:
-            return "FlushInPlace";
-    }
-    return "Unknown";
+    // By number: the steps are numbered from 0 without gaps.
+    static const char* const kNames[] = {"None",           "CheckTarget",   "CreateTemporary",   "WriteTemporary",
+                                         "FlushTemporary", "ReplaceTarget", "OpenTargetInPlace", "WriteInPlace",
+                                         "FlushInPlace"};
+    const size_t index = static_cast<size_t>(step);
+    return index < sizeof kNames / sizeof kNames[0] ? kNames[index] : "Unknown";
 }
 
 namespace {

@@ -118,6 +118,18 @@ std::wstring Decode(const std::string& bytes, IniEncoding& encoding) {
     return text;
 }
 
+// A surrogate without its partner: UTF-8 cannot carry it.
+bool HasLoneSurrogate(const std::wstring& text) {
+    for (size_t i = 0; i < text.size(); ++i) {
+        const unsigned long unit = static_cast<unsigned long>(text[i]);
+        if (unit >= 0xD800 && unit <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF)
+            ++i;
+        else if (unit >= 0xD800 && unit <= 0xDFFF)
+            return true;
+    }
+    return false;
+}
+
 std::string Encode(const std::wstring& text, IniEncoding& encoding) {
     if (encoding == IniEncoding::AnsiCodePage && !text.empty() && ::GetACP() != CP_UTF8) {
         BOOL lossy = FALSE;
@@ -137,6 +149,8 @@ std::string Encode(const std::wstring& text, IniEncoding& encoding) {
         // loses nothing and the private-profile functions still read it.
         encoding = IniEncoding::Utf16Le;
     }
+    // UTF-8 would turn a lone surrogate into U+FFFD, another value.
+    if (encoding != IniEncoding::Utf16Le && HasLoneSurrogate(text)) encoding = IniEncoding::Utf16Le;
     switch (encoding) {
         case IniEncoding::Utf16Le: {
             return std::string("\xFF\xFE", 2) + ToUtf16Le(text);

@@ -41,8 +41,8 @@ bool StartWorker(int line, const char* function, std::function<void()> body) noe
         // The reference the thread gives back when it ends.
         if (!::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&kThisModule),
                                   &job->module)) {
-            log::Error(line, function, L"Cannot pin the module for a worker thread, error " +
-                                           std::to_wstring(::GetLastError()));
+            log::Error(line, function,
+                       L"Cannot pin the module for a worker thread, error " + std::to_wstring(::GetLastError()));
             return false;
         }
         const UniqueHandle thread(::CreateThread(nullptr, 0, &RunJob, job.get(), 0, nullptr));

@@ -12,7 +12,7 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 SECONDS_EACH=${1:-60}
 shift || true
 TARGETS=("$@")
-[ "${#TARGETS[@]}" -gt 0 ] || TARGETS=(IniDocumentFuzz DecimalFuzz RouteRecordFuzz RegionFuzz)
+[ "${#TARGETS[@]}" -gt 0 ] || TARGETS=(IniDocumentFuzz SettingsFileFuzz DecimalFuzz RouteRecordFuzz RouteCacheFuzz RegionFuzz)
 BUILD=${GRS_FUZZ_BUILD:-$ROOT/build-fuzz}
 case "$BUILD" in /*) ;; *) BUILD="$ROOT/$BUILD" ;; esac
 
@@ -38,9 +38,12 @@ failed=()
 for target in "${TARGETS[@]}"; do
   corpus="$BUILD/corpus/$target"
   mkdir -p "$corpus"
-  # Inputs that once broke a target are replayed first, every run.
+  # Inputs that once broke a target are replayed first, every run; seeds
+  # give the targets that need structure (JSON, a settings file) a start.
   seeds=()
-  [ -d "$ROOT/fuzz/regressions/$target" ] && seeds=("$ROOT/fuzz/regressions/$target")
+  for extra in "$ROOT/fuzz/regressions/$target" "$ROOT/fuzz/seeds/$target"; do
+    [ -d "$extra" ] && seeds+=("$extra")
+  done
   log "$target: ${SECONDS_EACH} s"
   if ! (cd "$BUILD" && "./$target" -max_total_time="$SECONDS_EACH" -max_len=4096 -timeout=10 -rss_limit_mb=2048 \
         -print_final_stats=1 "$corpus" "${seeds[@]}" 2>"$BUILD/$target.log"); then

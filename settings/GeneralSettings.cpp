@@ -16,13 +16,6 @@ namespace {
 // carries it, whatever an older "Setting.ini" says.
 constexpr char kClientVersion[] = "17.0.0.300";
 
-// The spellings of "on" the file may hold.
-bool IsAutoCheckUpdateOn(const std::wstring& text) {
-    for (const wchar_t* accepted : {L"true", L"TRUE", L"1", L"True"})
-        if (text == accepted) return true;
-    return false;
-}
-
 std::wstring Read(CIniFileW& ini, const wchar_t* key) {
     return ini.GetValue(kSettingSection, key, std::wstring());
 }
@@ -60,9 +53,8 @@ std::wstring ClientInitialize::GetProgramBits() {
 }
 
 void ClientInitialize::WriteSettingFile(CIniFileW& ini, std::wstring key, std::wstring value) {
-    grs::settings::Guarded(__LINE__, "ClientInitialize::WriteSettingFile", [&] {
-        if (Read(ini, key.c_str()).empty()) grs::settings::SetValue(ini, kSettingSection, key, value);
-    });
+    grs::settings::Guarded(__LINE__, "ClientInitialize::WriteSettingFile",
+                           [&] { grs::settings::FillIfEmpty(ini, key, value); });
 }
 
 void ClientInitialize::CreateSettingFile(std::wstring version) {
@@ -77,20 +69,13 @@ void ClientInitialize::CreateSettingFile(std::wstring version) {
         grs::settings::MarkChanging(path);
 
         GlobalParamWrapper& store = grs::settings::Store();
-        WriteSettingFile(ini, L"Language", store.GetLocalLanguage());
-        WriteSettingFile(ini, L"InstallLanguage", store.GetLocalLanguage());
-        WriteSettingFile(ini, L"CheckTime", L"");
-        WriteSettingFile(ini, L"IsJoinUserExperiencePlan", L"true");
-        WriteSettingFile(ini, L"Platform", L"x64");
-        WriteSettingFile(ini, L"DiscreteTime", L"1440");
-        WriteSettingFile(ini, L"SapceOMVersion", L"0");
-        WriteSettingFile(ini, L"NoticeOMVersion", L"0");
-        WriteSettingFile(ini, L"Version", version);
-        WriteSettingFile(ini, L"ErrorLimitingTime", L"");
-        WriteSettingFile(ini, L"IsGuidRun", L"0");
-        WriteSettingFile(ini, L"IsOpenSyncGuide", L"0");
-        WriteSettingFile(ini, L"DmpUploadUrl", store.GetDmpUploadUrl());
-        WriteSettingFile(ini, L"LogPingUrl", store.GetLogPingUrl());
+        grs::settings::SettingDefaults defaults;
+        defaults.language = store.GetLocalLanguage();
+        defaults.installLanguage = store.GetLocalLanguage();
+        defaults.version = version;
+        defaults.dmpUploadUrl = store.GetDmpUploadUrl();
+        defaults.logPingUrl = store.GetLogPingUrl();
+        grs::settings::CompleteSettings(ini, defaults);
         grs::log::Info(__LINE__, kTag, L"CreateSettingFile::Set IsGuidRun Value");
 
         ini.Save(path);
@@ -122,20 +107,13 @@ void ClientInitialize::GetSettings() {
                 !grs::CopyToField(show->VersionType, versionType))
                 return Outcome::Abandon;
 
-            show->IsAutoCheckUpdate = IsAutoCheckUpdateOn(autoCheckUpdate);
-            // Read as a number on purpose: the default "true" reads as 0 (not
-            // joined) until UpdateSettings writes "0" or "1".
-            const std::string joinPlanNarrow = grs::WideToUtf8(joinPlan);
-            show->IsJoinUserExperiencePlan = !joinPlan.empty() && grs::settings::LeadingInteger(joinPlanNarrow) != 0;
+            show->IsAutoCheckUpdate = grs::settings::IsAutoCheckUpdateOn(autoCheckUpdate);
+            show->IsJoinUserExperiencePlan = grs::settings::JoinsExperiencePlan(joinPlan);
 
             ReconcileAutoStart(ini, *show, autoStart);
 
-            // The number comes from the plan key, not from "ErrorLimitingTime":
-            // that is how the client has always read it.
             if (errorLimitingTime.empty()) {
-                long long limit = grs::settings::LeadingInteger(joinPlanNarrow);
-                if (limit == -1) limit = 0;
-                const unsigned long long time = static_cast<unsigned long long>(limit);
+                const unsigned long long time = grs::settings::ErrorLimitingTimeFrom(joinPlan);
                 store.SetErrorLimitingTime(time);
             }
             return Outcome::Save;

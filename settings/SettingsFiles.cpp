@@ -85,15 +85,10 @@ Loaded LoadSettingsFile(CIniFileW& ini, const std::wstring& path, const char* fu
             reason = L"reading it failed";
             break;
     }
-    log::Error(__LINE__, function,
-               L"Not changed, " + std::wstring(reason) + L" (error " + std::to_wstring(ini.LoadError()) + L"): " + path);
+    log::Error(
+        __LINE__, function,
+        L"Not changed, " + std::wstring(reason) + L" (error " + std::to_wstring(ini.LoadError()) + L"): " + path);
     return Loaded::Unreadable;
-}
-
-void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value) {
-    CIniFileW::Section* found = ini.AddSection(section);
-    CIniFileW::Key* entry = found ? ini.AddKey(found, key) : nullptr;
-    if (entry) entry->value = value;
 }
 
 }  // namespace grs::settings

@@ -2,7 +2,8 @@
 
 // Internal helpers shared by the settings operations: where the two settings
 // files live, the two process-wide locks, the attribute dance around every
-// change, and small text helpers.
+// change, and small text helpers. The rules over the document itself are in
+// SettingRules.h.
 
 #include <cwchar>
 #include <exception>
@@ -14,13 +15,11 @@
 #include "core/Log.h"
 #include "core/PathUtil.h"
 #include "core/TextUtil.h"
+#include "settings/SettingRules.h"
 
 class GlobalParamWrapper;
 
 namespace grs::settings {
-
-constexpr wchar_t kSettingSection[] = L"Setting";
-constexpr wchar_t kSyncSettingSection[] = L"SyncSetting";
 
 // Serialises every read-modify-write of "Setting.ini" / "SyncSetting.ini".
 // Never destroyed: a detached thread may still run at process exit.
@@ -87,11 +86,7 @@ bool ChangeExistingFile(const std::wstring& path, const char* function, Change&&
 
 using ::grs::Guarded;
 
-// Gets or adds the section and the key and assigns the value, overwriting.
-void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value);
-
 using ::grs::FieldText;
-using ::grs::LeadingInteger;
 
 // "0" / "1".
 inline const wchar_t* FlagText(bool flag) {

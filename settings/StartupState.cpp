@@ -53,11 +53,12 @@ bool ClientInitialize::IsFirstStartUp() {
         // with the locked operations: an overlap must not lose their keys.
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         std::wstring before;
-        const bool found = grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [&](CIniFileW& ini) {
-            before = ini.GetValue(kSettingSection, L"IsFirstStartUp", std::wstring());
-            grs::settings::SetValue(ini, kSettingSection, L"IsFirstStartUp", L"false");
-            return grs::settings::Outcome::Save;
-        });
+        const bool found =
+            grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [&](CIniFileW& ini) {
+                before = ini.GetValue(kSettingSection, L"IsFirstStartUp", std::wstring());
+                grs::settings::SetValue(ini, kSettingSection, L"IsFirstStartUp", L"false");
+                return grs::settings::Outcome::Save;
+            });
         return found && before == L"true";
     });
 }
@@ -67,10 +68,11 @@ bool ClientInitialize::IsNeedCreateShortcut() {
     return grs::settings::Guarded(__LINE__, kTag, false, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         std::wstring flag;
-        const bool found = grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [&](CIniFileW& ini) {
-            flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring());
-            return grs::settings::Outcome::Save;  // rewritten unchanged, as the client always did
-        });
+        const bool found =
+            grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [&](CIniFileW& ini) {
+                flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring());
+                return grs::settings::Outcome::Save;  // rewritten unchanged, as the client always did
+            });
         return found && (flag.empty() || flag == L"0");
     });
 }

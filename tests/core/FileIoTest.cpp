@@ -86,18 +86,28 @@ TEST(ReplaceFileContent, ArrivesWhateverHoldsTheTargetAndLeavesNoTemporaryFile) 
         // Windows' classic rename, as Wine's, refuses to replace any open
         // file, whatever it shares.
         {"a reader sharing reading and writing",
-         [&] { return Hold(target, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE); }, SaveStep::None, true, {}},
+         [&] { return Hold(target, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE); },
+         SaveStep::None,
+         true,
+         {}},
         {"a reader sharing everything",
          [&] { return Hold(target, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE); },
-         SaveStep::None, true, {}},
-        {"a reader sharing only reading", [&] { return Hold(target, GENERIC_READ, FILE_SHARE_READ); },
-         SaveStep::OpenTargetInPlace, false, {}},
+         SaveStep::None,
+         true,
+         {}},
+        {"a reader sharing only reading",
+         [&] { return Hold(target, GENERIC_READ, FILE_SHARE_READ); },
+         SaveStep::OpenTargetInPlace,
+         false,
+         {}},
         {"read-only",
          [&] {
              ::SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_READONLY);
              return grs::UniqueFile();
          },
-         SaveStep::CheckTarget, false, {}},
+         SaveStep::CheckTarget,
+         false,
+         {}},
         {"temporary files of killed saves",
          [&] {
              WriteFileBytes(shared, "half");
@@ -105,9 +115,14 @@ TEST(ReplaceFileContent, ArrivesWhateverHoldsTheTargetAndLeavesNoTemporaryFile) 
              WriteFileBytes(target + L"~78-9.tmp", "half");
              return grs::UniqueFile();
          },
-         SaveStep::None, false, {}},
-        {"the temporary file busy in another save", [&] { return Hold(shared, GENERIC_WRITE, 0, CREATE_ALWAYS); },
-         SaveStep::None, false, {L"Setting.ini~.tmp"}},
+         SaveStep::None,
+         false,
+         {}},
+        {"the temporary file busy in another save",
+         [&] { return Hold(shared, GENERIC_WRITE, 0, CREATE_ALWAYS); },
+         SaveStep::None,
+         false,
+         {L"Setting.ini~.tmp"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

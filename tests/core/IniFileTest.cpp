@@ -111,16 +111,20 @@ TEST(CIniFileW, LineBreaksCannotInjectEntries) {
     }
 }
 
-// Every kind of file loads; a normalised one is saved back byte for byte.
+// Every kind of file loads; a normalised one is saved back byte for byte. A
+// value UTF-8 cannot carry turns the file into UTF-16, which carries every
+// value exactly (found by fuzzing: a lone surrogate came back as U+FFFD).
 TEST(CIniFileW, LoadsAnyFileAndSavesInTheEncodingItRead) {
     using E = grs::IniEncoding;
     const std::string longValue(70000, 'x');
+    const std::wstring loneHigh(1, static_cast<wchar_t>(0xD800)), loneLow(1, static_cast<wchar_t>(0xDC00));
     const struct {
         const char* name;
         std::string bytes;
         E encoding;
         std::wstring value;  // of S/k; "*": depends on the code page
         bool sameBytes;
+        std::wstring set;  // assigned to S/k before the save; the file then reads back as UTF-16
     } cases[] = {
         {"utf-16", Bytes("\xFF\xFE[\0S\0]\0\n\0k\0=\0-\0\x2D\x4E\n\0"), E::Utf16Le, L"-\u4e2d", true},
         {"utf-8 bom", "\xEF\xBB\xBF[S]\nk=\xC3\xA9\n", E::Utf8Bom, L"\u00e9", true},
@@ -132,6 +136,8 @@ TEST(CIniFileW, LoadsAnyFileAndSavesInTheEncodingItRead) {
         {"invalid utf-8 after a bom", "\xEF\xBB\xBF[S]\nk=\xFF\n", E::Utf8Bom, L"\uFFFD", false},
         {"empty", "", E::Utf16Le, L"", false},
         {"megabyte line", "[S]\nk=v\n" + std::string(1 << 20, '['), E::AnsiCodePage, L"v", false},
+        {"utf-8, a lone surrogate set", "[S]\nk=\xC3\xA9\n", E::Utf8, L"\u00e9", false, loneHigh},
+        {"utf-8 bom, a lone surrogate set", "\xEF\xBB\xBF[S]\nk=v\n", E::Utf8Bom, L"v", false, L"a" + loneLow},
     };
     TempFolder folder;
     const std::wstring path = folder / L"any.ini";
@@ -141,8 +147,14 @@ TEST(CIniFileW, LoadsAnyFileAndSavesInTheEncodingItRead) {
         ASSERT_EQ(ini.Load(path), 1) << c.name;
         EXPECT_EQ(ini.Encoding(), c.encoding) << c.name;
         if (c.value != L"*") EXPECT_EQ(ini.GetValue(L"S", L"k", L""), c.value) << c.name;
+        if (!c.set.empty()) ini.AddKey(ini.FindSection(L"S"), L"k")->value = c.set;
         ASSERT_EQ(ini.Save(path), 1) << c.name;
         if (c.sameBytes) EXPECT_EQ(ReadFileBytes(path), c.bytes) << c.name;
+        if (c.set.empty()) continue;
+        CIniFileW back;
+        ASSERT_EQ(back.Load(path), 1) << c.name;
+        EXPECT_EQ(back.Encoding(), E::Utf16Le) << c.name;
+        EXPECT_EQ(back.GetValue(L"S", L"k", L""), c.set) << c.name;
     }
     EXPECT_FALSE(HasTemporaryFile(folder.Path()));
 

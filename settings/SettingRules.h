@@ -1,0 +1,57 @@
+#pragma once
+
+// The rules of the settings files as plain functions over the document: how a
+// value is set, how CreateSettingFile completes "Setting.ini", and how
+// GetSettings reads its flags. No file, lock, parameter store or logger here,
+// so that the rules can be checked on their own.
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/IniFile.h"
+#include "core/TextUtil.h"
+
+namespace grs::settings {
+
+constexpr wchar_t kSettingSection[] = L"Setting";
+constexpr wchar_t kSyncSettingSection[] = L"SyncSetting";
+
+// Gets or adds the section and the key and assigns the value, overwriting.
+void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value);
+
+// Sets `key` of section "Setting" only while it is missing or empty: a value
+// the user or the client has put there stays.
+void FillIfEmpty(CIniFileW& ini, const std::wstring& key, const std::wstring& value);
+
+// What CreateSettingFile takes from the parameter store and its caller.
+struct SettingDefaults {
+    std::wstring language;
+    std::wstring installLanguage;
+    std::wstring version;
+    std::wstring dmpUploadUrl;
+    std::wstring logPingUrl;
+};
+
+// The keys of a complete "Setting.ini" with the values CreateSettingFile
+// fills in, in the file's order.
+std::vector<std::pair<const wchar_t*, std::wstring>> DefaultSettings(const SettingDefaults& defaults);
+
+// FillIfEmpty of every default setting, in order.
+void CompleteSettings(CIniFileW& ini, const SettingDefaults& defaults);
+
+// "IsAutoCheckUpdate": the spellings of "on" the file may hold.
+bool IsAutoCheckUpdateOn(const std::wstring& text);
+
+using ::grs::LeadingInteger;
+
+// "IsJoinUserExperiencePlan" read as a number on purpose: the default "true"
+// reads as not joined until UpdateSettings writes "0" or "1".
+bool JoinsExperiencePlan(const std::wstring& joinPlan);
+
+// The error limiting time GetSettings hands to the store while
+// "ErrorLimitingTime" is empty. COMPAT: the number comes from the plan key,
+// not from "ErrorLimitingTime": that is how the client has always read it.
+unsigned long long ErrorLimitingTimeFrom(const std::wstring& joinPlan);
+
+}  // namespace grs::settings

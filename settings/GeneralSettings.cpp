@@ -5,7 +5,7 @@
 #include "core/TextUtil.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "globalrootservice/ClientInitialize.h"
-#include "settings/AutoStartPlan.h"
+#include "settings/SettingRules.h"
 #include "settings/SettingsFiles.h"
 
 using grs::settings::kSettingSection;

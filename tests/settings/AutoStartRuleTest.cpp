@@ -1,7 +1,7 @@
 // Start with Windows: the file's "IsAutoStartUp" against the Run registration.
 #include <gtest/gtest.h>
 
-#include "settings/AutoStartPlan.h"
+#include "settings/SettingRules.h"
 
 namespace grs::settings {
 namespace {

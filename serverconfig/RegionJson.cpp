@@ -3,6 +3,9 @@
 #include "core/TextUtil.h"
 #include "serverconfig/JsonConfig.h"
 
+// RapidJSON headers after its configuration above.
+#include "rapidjson/error/en.h"
+
 namespace grs {
 
 namespace {
@@ -82,8 +85,11 @@ RegionScan ScanRegion(const std::string& jsonText, const std::string& regionName
     RegionScan scan;
     // A raw NUL is never valid JSON, and the parser would take it for the end
     // of the text and accept whatever came before.
-    if (jsonText.find('\0') != std::string::npos) {
+    const size_t nul = jsonText.find('\0');
+    if (nul != std::string::npos) {
         scan.syntaxError = true;
+        scan.errorOffset = nul;
+        scan.errorReason = "A NUL byte in the text.";
         return scan;
     }
     // The parser's UTF-8 check reads up to three continuation bytes after a
@@ -100,6 +106,8 @@ RegionScan ScanRegion(const std::string& jsonText, const std::string& regionName
     if (result.IsError()) {
         scan = RegionScan();
         scan.syntaxError = true;
+        scan.errorOffset = result.Offset();
+        scan.errorReason = rapidjson::GetParseError_En(result.Code());
     }
     return scan;
 }

@@ -15,13 +15,6 @@ namespace {
 // carries it, whatever an older "Setting.ini" says.
 constexpr char kClientVersion[] = "17.0.0.300";
 
-// The spellings of "on" the file may hold.
-bool IsAutoCheckUpdateOn(const std::wstring& text) {
-    for (const wchar_t* accepted : {L"true", L"TRUE", L"1", L"True"})
-        if (text == accepted) return true;
-    return false;
-}
-
 std::wstring Read(CIniFileW& ini, const wchar_t* key) {
     return ini.GetValue(kSettingSection, key, std::wstring());
 }
@@ -31,14 +24,15 @@ std::wstring Read(CIniFileW& ini, const wchar_t* key) {
 // the registration does.
 void ReconcileAutoStart(CIniFileW& ini, st_UserPropertiesShow& show, const std::wstring& autoStart) {
     constexpr char kTag[] = "ClientInitialize::GetSettings";
-    if (autoStart.empty()) {
+    const grs::settings::AutoStartChoice choice = grs::settings::ReadAutoStartChoice(autoStart);
+    if (choice == grs::settings::AutoStartChoice::FromRunValue) {
         grs::log::Info(__LINE__, kTag, L"isAutoStartUp == empty");
         const bool registered = ClientInitialize::GetRegisterStartingIsOpen();
         show.IsAutoStartUp = registered ? 1 : 0;
         ClientInitialize::WriteSettingFile(ini, L"IsAutoStartUp", grs::settings::FlagText(registered));
         show.IsAutoCheckUpdate = registered;
         ClientInitialize::WriteSettingFile(ini, L"IsAutoCheckUpdate", grs::settings::FlagText(registered));
-    } else if (autoStart == L"1") {
+    } else if (choice == grs::settings::AutoStartChoice::On) {
         grs::log::Info(__LINE__, kTag, L"isAutoStartUp == 1");
         show.IsAutoStartUp = 1;
         // Re-established at every start from the file's choice.
@@ -116,20 +110,17 @@ void ClientInitialize::GetSettings() {
                 !grs::CopyToField(show->VersionType, versionType))
                 return Outcome::Abandon;
 
-            show->IsAutoCheckUpdate = IsAutoCheckUpdateOn(autoCheckUpdate);
+            show->IsAutoCheckUpdate = grs::settings::ReadsAutoCheckUpdateOn(autoCheckUpdate);
             // Read as a number on purpose: the default "true" reads as 0 (not
             // joined) until UpdateSettings writes "0" or "1".
-            const std::string joinPlanNarrow = grs::WideToUtf8(joinPlan);
-            show->IsJoinUserExperiencePlan = !joinPlan.empty() && grs::settings::LeadingInteger(joinPlanNarrow) != 0;
+            show->IsJoinUserExperiencePlan = grs::settings::ReadsJoinPlanOn(joinPlan);
 
             ReconcileAutoStart(ini, *show, autoStart);
 
             // The number comes from the plan key, not from "ErrorLimitingTime":
             // that is how the client has always read it.
             if (errorLimitingTime.empty()) {
-                long long limit = grs::settings::LeadingInteger(joinPlanNarrow);
-                if (limit == -1) limit = 0;
-                const unsigned long long time = static_cast<unsigned long long>(limit);
+                const unsigned long long time = grs::settings::ErrorLimitingTimeFromPlan(joinPlan);
                 store.SetErrorLimitingTime(time);
             }
             return Outcome::Save;

@@ -63,12 +63,4 @@ void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, c
     if (entry) entry->value = value;
 }
 
-long long LeadingInteger(const std::string& text) {
-    // The parser's verdict only tells whether the whole text was a number;
-    // the value it leaves is the leading number, which is what is wanted.
-    long long value = 0;
-    ParseDecimalInt64(text.data(), text.data() + text.size(), value);
-    return value;
-}
-
 }  // namespace grs::settings

@@ -13,6 +13,7 @@
 #include "core/Guarded.h"
 #include "core/Log.h"
 #include "core/PathUtil.h"
+#include "settings/SettingReadings.h"
 
 class GlobalParamWrapper;
 
@@ -68,11 +69,6 @@ using ::grs::Guarded;
 
 // Gets or adds the section and the key and assigns the value, overwriting.
 void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value);
-
-// The leading decimal number of `text` as the C library's atoll reads it:
-// leading white space, one sign, digits up to the first other character, 0
-// when there are none; saturates instead of overflowing.
-long long LeadingInteger(const std::string& text);
 
 // A fixed text field up to its terminator, never past its end.
 template <size_t N>

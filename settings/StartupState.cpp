@@ -16,13 +16,10 @@ using grs::settings::kSettingSection;
 
 namespace {
 
-constexpr wchar_t kRunKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run";
-constexpr wchar_t kRunValue[] = L"QIRENT Cloud";
+using grs::settings::kRunKey;
+using grs::settings::kRunValue;
 constexpr REGSAM kRunKeyWriteAccess = 0x2001F;  // read, set value, create subkey
 constexpr REGSAM kRunKeyFullAccess = 0xF003F;
-// Earlier versions read the value with a byte count of 260 (not 520);
-// commands that fit that are the ones they would recognise.
-constexpr DWORD kRunValueReadBytes = 260;
 constexpr size_t kCommandBufferChars = 260;
 constexpr char kRegisterTag[] = "ClientInitialize::RegisterStartingIsOpen";
 constexpr char kGetRegisterTag[] = "ClientInitialize::GetRegisterStartingIsOpen";
@@ -51,7 +48,7 @@ bool ClientInitialize::IsFirstStartUp() {
             grs::settings::SetValue(ini, kSettingSection, L"IsFirstStartUp", L"false");
             return grs::settings::Outcome::Save;
         });
-        return found && before == L"true";
+        return found && grs::settings::ReadsFirstStart(before);
     });
 }
 
@@ -63,7 +60,7 @@ bool ClientInitialize::IsNeedCreateShortcut() {
             flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring());
             return grs::settings::Outcome::Save;  // rewritten unchanged, as the client always did
         });
-        return found && (flag.empty() || flag == L"0");
+        return found && grs::settings::ReadsShortcutPending(flag);
     });
 }
 
@@ -111,7 +108,7 @@ bool ClientInitialize::GetRegisterStartingIsOpen() {
         grs::UniqueKey key;
         ::RegOpenKeyExW(HKEY_CURRENT_USER, kRunKey, 0, kRunKeyFullAccess, key.put());
         wchar_t buffer[kCommandBufferChars] = {};
-        DWORD size = kRunValueReadBytes;
+        DWORD size = grs::settings::kRunValueReadBytes;
         const LSTATUS read = key ? ::RegGetValueW(key.get(), nullptr, kRunValue, RRF_RT_REG_SZ, nullptr, buffer, &size)
                                  : ERROR_INVALID_HANDLE;
         key.reset();

@@ -1,6 +1,7 @@
 // startup-host: plays the client at start-up over GlobalRootService.dll, with
 // the stand-in client libraries and loopback routing servers, and reports
-// what the library did.
+// what the library did; or, with --inspect, reads a user's profile and reports
+// what is wrong with it.
 #include <windows.h>
 #include <shellapi.h>
 
@@ -9,6 +10,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <exception>
 #include <map>
 #include <string>
 #include <thread>
@@ -16,6 +18,7 @@
 
 #include "core/collaborators/GlobalParamWrapper.h"
 #include "host/HostOptions.h"
+#include "host/Inspect.h"
 #include "host/Sandbox.h"
 #include "route/GlobalRootService.h"
 #include "standin/StandInControl.h"
@@ -286,6 +289,14 @@ int main() {
         return options.help ? 0 : 2;
     }
     ::LocalFree(argv);
+    if (options.inspect) {
+        try {
+            return host::inspect::RunInspect(options);
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "startup-host: inspection failed: %s\n", e.what());
+            return 1;
+        }
+    }
 
     const std::wstring hostFolder = HostFolder();
     host::Sandbox sandbox(options.profile.empty() ? hostFolder + L"demo" : options.profile, hostFolder);

@@ -349,8 +349,8 @@ void CheckFileFacts(const FileSnapshot& file, Findings& findings) {
     } else if (!hidden) {
         severity = Severity::Warning;
         attributes = std::string(system ? "system but not hidden" : "neither hidden nor system") +
-                     ": every save of the library leaves it hidden and system, so a change was cut short or "
-                     "something else rewrote it";
+                     ": every save of the library leaves it hidden and system, so a change was cut short, "
+                     "something else rewrote it, or it was copied without its attributes";
     } else {
         severity = Severity::Note;
         attributes = "hidden but not system: every save of the library sets both";

@@ -106,4 +106,12 @@ bool CopyToField(wchar_t* field, size_t capacity, const std::wstring& text) {
     return true;
 }
 
+long long LeadingInteger(const std::string& text) {
+    // The parser's verdict only tells whether the whole text was a number;
+    // the value it leaves is the leading number, which is what is wanted.
+    long long value = 0;
+    ParseDecimalInt64(text.data(), text.data() + text.size(), value);
+    return value;
+}
+
 }  // namespace grs

@@ -23,6 +23,11 @@ std::wstring Utf8ToWide(const std::string& in);
 // overflow saturates and returns false.
 bool ParseDecimalInt64(const char* begin, const char* end, long long& value);
 
+// The leading decimal number of `text` as the C library's atoll reads it:
+// leading white space, one sign, digits up to the first other character, 0
+// when there are none; saturates instead of overflowing.
+long long LeadingInteger(const std::string& text);
+
 // Bounded copy into a fixed, zero-terminated field of `capacity` characters.
 // Fails (and leaves the field empty) when the text does not fit.
 bool CopyToField(wchar_t* field, size_t capacity, const std::wstring& text);

@@ -9,7 +9,6 @@
 #include "core/IniFile.h"
 #include "core/TextUtil.h"
 #include "host/InspectDetail.h"
-#include "settings/SettingReadings.h"
 
 namespace host::inspect {
 
@@ -154,7 +153,7 @@ std::optional<bool> PersonReads(const std::wstring& text) {
     for (const wchar_t* off : {L"0", L"false", L"no", L"n", L"off", L"disabled", L"disable"})
         if (word == off) return false;
     if (!word.empty() && word.find_first_not_of(L"+-0123456789") == std::wstring::npos)
-        return grs::settings::LeadingInteger(grs::WideToUtf8(word)) != 0;
+        return grs::LeadingInteger(grs::WideToUtf8(word)) != 0;
     return std::nullopt;
 }
 

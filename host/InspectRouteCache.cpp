@@ -9,7 +9,6 @@
 #include "host/InspectDetail.h"
 #include "route/RouteDetail.h"
 #include "route/ZRVInfo.h"
-#include "settings/SettingReadings.h"
 
 namespace host::inspect {
 
@@ -192,13 +191,13 @@ std::vector<Finding> InspectRouteCache(const Snapshot& snapshot, const Context& 
         findings.Add("currentTime", Severity::Warning, "empty: the record is always stale");
     } else {
         findings.Add("currentTime", Severity::Ok,
-                     Shown(time) + ": obtained at " + FormatUtc(grs::settings::LeadingInteger(time)));
+                     Shown(time) + ": obtained at " + FormatUtc(grs::LeadingInteger(time)));
     }
     if (period.empty()) {
         findings.Add("effectivePeriod", Severity::Warning,
                      "empty (the routing server sent no Cache-Control max-age): the record is always stale");
     } else {
-        const long long seconds = grs::settings::LeadingInteger(period);
+        const long long seconds = grs::LeadingInteger(period);
         findings.Add("effectivePeriod", Severity::Ok,
                      Shown(period) + ": valid for " + Duration(seconds) + ", until " +
                          FormatUtc(grs::route::RouteCacheExpiryMs(time, period)));

@@ -16,15 +16,6 @@ constexpr unsigned long long kServerFileMaxBytes = 1048576;
 const grs::ServerRegion kRegions[] = {grs::ServerRegion::Default, grs::ServerRegion::Asia, grs::ServerRegion::Europe,
                                       grs::ServerRegion::Russia};
 
-// Line and column (both from 1, the column in bytes) of a byte offset.
-std::string Position(const std::string& text, size_t offset) {
-    offset = std::min(offset, text.size());
-    const size_t line = 1 + static_cast<size_t>(std::count(text.begin(), text.begin() + offset, '\n'));
-    const size_t lineStart = offset == 0 ? std::string::npos : text.rfind('\n', offset - 1);
-    const size_t column = lineStart == std::string::npos ? offset + 1 : offset - lineStart;
-    return "line " + std::to_string(line) + ", column " + std::to_string(column);
-}
-
 // One file. The test variant matters only to test builds, so what is wrong
 // with it counts one step milder.
 void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const std::string& member, bool testVariant,
@@ -61,9 +52,10 @@ void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const s
     }
     const grs::RegionScan scan = grs::ScanRegion(file.bytes, member);
     if (scan.syntaxError) {
+        const grs::ParseErrorPlace place = grs::DescribeParseError(file.bytes, scan.errorOffset, scan.errorCode);
         findings.Add(name, severe(Severity::Problem),
-                     "not JSON at byte " + std::to_string(scan.errorOffset) + " (" +
-                         Position(file.bytes, scan.errorOffset) + "): " + scan.errorReason + " Nothing is loaded.");
+                     "not JSON at byte " + std::to_string(scan.errorOffset) + " (line " + std::to_string(place.line) +
+                         ", column " + std::to_string(place.column) + "): " + place.message + " Nothing is loaded.");
         return;
     }
     if (!scan.found) {

@@ -32,14 +32,6 @@ long long ExpiryOf(long long periodSeconds, long long obtainedMs) {
     return periodMs + obtainedMs;
 }
 
-long long ReadInt64(const std::string& text) {
-    long long value = 0;
-    // The digits up to the first other character count, even when the parser
-    // calls the whole text malformed.
-    grs::ParseDecimalInt64(text.data(), text.data() + text.size(), value);
-    return value;
-}
-
 }  // namespace
 
 std::string CachePeriodText(const std::string& cacheControl) {
@@ -59,7 +51,7 @@ long long NowMilliseconds() {
 }
 
 long long RouteCacheExpiryMs(const std::string& currentTime, const std::string& period) {
-    return ExpiryOf(ReadInt64(period), ReadInt64(currentTime));
+    return ExpiryOf(grs::LeadingInteger(period), grs::LeadingInteger(currentTime));
 }
 
 CacheFreshness JudgeRouteCache(const std::string& currentTime, const std::string& period,

@@ -89,7 +89,7 @@ RegionScan ScanRegion(const std::string& jsonText, const std::string& regionName
     if (nul != std::string::npos) {
         scan.syntaxError = true;
         scan.errorOffset = nul;
-        scan.errorReason = "A NUL byte in the text.";
+        scan.errorCode = rapidjson::kParseErrorValueInvalid;
         return scan;
     }
     // The parser's UTF-8 check reads up to three continuation bytes after a
@@ -107,9 +107,27 @@ RegionScan ScanRegion(const std::string& jsonText, const std::string& regionName
         scan = RegionScan();
         scan.syntaxError = true;
         scan.errorOffset = result.Offset();
-        scan.errorReason = rapidjson::GetParseError_En(result.Code());
+        scan.errorCode = static_cast<int>(result.Code());
     }
     return scan;
+}
+
+ParseErrorPlace DescribeParseError(const std::string& text, size_t offset, int code) {
+    ParseErrorPlace place;
+    const size_t end = offset < text.size() ? offset : text.size();
+    for (size_t i = 0; i < end; ++i) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        if (c == '\n') {
+            ++place.line;
+            place.column = 1;
+        } else if ((c & 0xC0) != 0x80) {  // continuation bytes belong to the character before
+            ++place.column;
+        }
+    }
+    const bool known = code >= 0 && code <= static_cast<int>(rapidjson::kParseErrorTermination);
+    place.message =
+        known ? rapidjson::GetParseError_En(static_cast<rapidjson::ParseErrorCode>(code)) : "Unknown error.";
+    return place;
 }
 
 }  // namespace grs

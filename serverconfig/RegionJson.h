@@ -4,6 +4,7 @@
 // single streaming pass: no document tree, no recursion, so neither deep
 // nesting nor a large file can exhaust the stack.
 
+#include <cstddef>
 #include <map>
 #include <string>
 
@@ -12,12 +13,23 @@ namespace grs {
 struct RegionScan {
     bool syntaxError = false;                      // not well-formed UTF-8 JSON; nothing else is meaningful
     size_t errorOffset = 0;                        // with syntaxError: the byte where the parser stopped
-    std::string errorReason;                       // with syntaxError: the parser's reason, in English
+    int errorCode = 0;                             // with syntaxError: RapidJSON's ParseErrorCode
     bool found = false;                            // the root's (last) member of that name is an object
     bool nonStringValue = false;                   // that object holds a value that is not a string
     std::map<std::wstring, std::wstring> servers;  // its string members, later duplicates winning
 };
 
 RegionScan ScanRegion(const std::string& jsonText, const std::string& regionName);
+
+// Where a syntax error sits, for whoever edits the file by hand.
+struct ParseErrorPlace {
+    size_t line = 1;      // from 1; lines end at each line feed
+    size_t column = 1;    // from 1, in characters: a UTF-8 sequence counts once
+    std::string message;  // RapidJSON's English text for the code
+};
+
+// `offset` and `code` as RegionScan reports them; an offset past the text
+// counts as its end.
+ParseErrorPlace DescribeParseError(const std::string& text, size_t offset, int code);
 
 }  // namespace grs

@@ -4,14 +4,6 @@
 
 namespace grs::settings {
 
-long long LeadingInteger(const std::string& text) {
-    // The parser's verdict only tells whether the whole text was a number;
-    // the value it leaves is the leading number, which is what is wanted.
-    long long value = 0;
-    ParseDecimalInt64(text.data(), text.data() + text.size(), value);
-    return value;
-}
-
 bool ReadsAutoCheckUpdateOn(const std::wstring& text) {
     for (const wchar_t* accepted : {L"true", L"TRUE", L"1", L"True"})
         if (text == accepted) return true;

@@ -7,6 +7,8 @@
 
 #include <string>
 
+#include "core/TextUtil.h"
+
 namespace grs::settings {
 
 // Start with Windows: HKEY_CURRENT_USER\<kRunKey>, value kRunValue.
@@ -18,10 +20,7 @@ constexpr unsigned long kRunValueReadBytes = 260;
 // The longest command that reads as registered: 129 UTF-16 characters.
 constexpr size_t kRunValueReadableChars = kRunValueReadBytes / 2 - 1;
 
-// The leading decimal number of `text` as the C library's atoll reads it:
-// leading white space, one sign, digits up to the first other character, 0
-// when there are none; saturates instead of overflowing.
-long long LeadingInteger(const std::string& text);
+using ::grs::LeadingInteger;
 
 // "IsAutoCheckUpdate": on only for "true", "TRUE", "1" and "True".
 bool ReadsAutoCheckUpdateOn(const std::wstring& text);

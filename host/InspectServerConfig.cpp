@@ -147,6 +147,12 @@ std::vector<Finding> InspectServerConfig(const Snapshot& snapshot, const Context
     const std::string member = grs::ServerRegionMember(region);
     const std::wstring normal = grs::ServerConfigFileName(region, /*isTest=*/false);
     const std::wstring test = grs::ServerConfigFileName(region, /*isTest=*/true);
+    if (context.country.find_first_of(L"abcdefghijklmnopqrstuvwxyz") != std::wstring::npos) {
+        findings.Add("[region]", Severity::Note,
+                     "country " + Shown(context.country) +
+                         " holds lower-case letters: country codes are compared exactly, so it matches no set "
+                         "written in capitals");
+    }
     findings.Add("[region]", Severity::Ok,
                  "country " + Shown(context.country) + " uses region \"" + member + "\": " + Shown(normal) +
                      ", in test builds " + Shown(test));

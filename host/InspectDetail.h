@@ -33,8 +33,12 @@ public:
     Capped(Findings& findings, size_t limit, std::string key, std::string what)
         : m_findings(findings), m_limit(limit), m_key(std::move(key)), m_what(std::move(what)) {}
     ~Capped() {
-        if (m_skipped != 0)
+        if (m_skipped == 0) return;
+        try {
             m_findings.Add(m_key, Severity::Note, m_what + ": " + std::to_string(m_skipped) + " more, not listed");
+        } catch (...) {
+            // Out of memory while closing: the count is lost, the report is not.
+        }
     }
     Capped(const Capped&) = delete;
     Capped& operator=(const Capped&) = delete;

@@ -34,15 +34,6 @@ std::wstring TrimName(const std::wstring& name) {
     return std::wstring(grs::ini::TrimBlanks(std::wstring_view(name)));
 }
 
-// A header starts with "[" and its last character other than a space, tab,
-// CR or LF is "]".
-bool IsHeaderLine(std::wstring_view line) {
-    if (line.empty() || line.front() != L'[') return false;
-    size_t last = line.size();
-    while (last > 0 && (grs::ini::IsBlank(line[last - 1]) || grs::ini::IsLineBreak(line[last - 1]))) --last;
-    return last > 1 && line[last - 1] == L']';
-}
-
 bool DecodeBytes(unsigned codePage, DWORD flags, const char* data, size_t size, std::wstring& text) {
     if (size == 0) {
         text.clear();
@@ -96,7 +87,11 @@ bool ReadsAsUtf8(const std::string& bytes) {
                                                     static_cast<int>(bytes.size()), nullptr, 0) > 0;
 }
 
-std::wstring Decode(const std::string& bytes, IniEncoding& encoding) {
+}  // namespace
+
+namespace grs {
+
+std::wstring DecodeIniBytes(const std::string& bytes, IniEncoding& encoding) {
     std::wstring text;
     if (bytes.empty()) {
         encoding = IniEncoding::Utf16Le;
@@ -117,6 +112,10 @@ std::wstring Decode(const std::string& bytes, IniEncoding& encoding) {
     }
     return text;
 }
+
+}  // namespace grs
+
+namespace {
 
 // A surrogate without its partner: UTF-8 cannot carry it.
 bool HasLoneSurrogate(const std::wstring& text) {
@@ -240,33 +239,19 @@ std::wstring CIniFileW::GetValue(const std::wstring& section, const std::wstring
 void CIniFileW::ParseText(const std::wstring& text) {
     Clear();
     Section* current = nullptr;
-    const std::wstring_view all(text);
-    size_t position = 0;
-    while (position < all.size()) {
-        size_t end = all.find(L'\n', position);
-        const size_t next = end == std::wstring_view::npos ? all.size() : end + 1;
-        if (end == std::wstring_view::npos) end = all.size();
-        size_t begin = position;
-        position = next;
-
-        while (begin < end && grs::ini::IsBlank(all[begin])) ++begin;
-        while (end > begin && grs::ini::IsLineBreak(all[end - 1])) --end;
-        if (begin == end) continue;
-        const std::wstring_view line = all.substr(begin, end - begin);
-
-        if (IsHeaderLine(line)) {
-            // Exactly one character off each end, whatever the last one is.
-            current = AddSection(std::wstring(line.substr(1, line.size() - 2)));
-            continue;
+    grs::ini::ForEachLine(std::wstring_view(text), [&](size_t, const grs::ini::Line<wchar_t>& line) {
+        switch (line.kind) {
+            case grs::ini::LineKind::Section:
+                current = AddSection(std::wstring(line.name));
+                break;
+            case grs::ini::LineKind::Key:
+                if (current != nullptr) current->AddKey(std::wstring(line.name))->value = std::wstring(line.value);
+                break;
+            case grs::ini::LineKind::Blank:
+            case grs::ini::LineKind::Other:
+                break;  // comments and unrecognised lines are not kept
         }
-        const size_t equals = line.find(L'=');
-        if (equals != std::wstring_view::npos && equals > 0) {
-            if (current != nullptr)
-                current->AddKey(std::wstring(line.substr(0, equals)))->value = std::wstring(line.substr(equals + 1));
-            continue;
-        }
-        // Comments and unrecognised lines are not kept.
-    }
+    });
 }
 
 std::wstring CIniFileW::RenderText() const {
@@ -296,7 +281,7 @@ int CIniFileW::Load(const std::wstring& path) {
                 return 0;
         }
         IniEncoding encoding = IniEncoding::Utf16Le;
-        const std::wstring text = Decode(bytes, encoding);
+        const std::wstring text = grs::DecodeIniBytes(bytes, encoding);
         CIniFileW parsed;
         parsed.ParseText(text);
         m_sections.swap(parsed.m_sections);

@@ -31,6 +31,10 @@ enum class IniEncoding {
                   // back as UTF-8, turns the file into UTF-16LE
 };
 
+// The text of a file's bytes and the encoding they were read in, by the
+// rules above (a byte-order mark decides first). Pure.
+std::wstring DecodeIniBytes(const std::string& bytes, IniEncoding& encoding);
+
 }  // namespace grs
 
 class CIniFileW {

@@ -7,6 +7,7 @@ namespace host {
 struct Options {
     std::wstring country = L"CN";
     std::wstring user = L"demo-user";
+    bool userGiven = false;
     std::wstring profile;  // empty: "<host folder>\demo"
     std::string primaryMode = "ok";
     int maxAgeSeconds = 86400;   // the routing servers' Cache-Control max-age
@@ -15,6 +16,13 @@ struct Options {
     bool json = false;
     bool keep = false;  // reuse the profile of the last run
     bool help = false;
+
+    // --inspect: judge a user's files instead of playing a start.
+    bool inspect = false;
+    std::wstring inspectAppData;  // the user's app-data folder
+    std::wstring exeDir;          // the folder of the client executable
+    std::wstring routeCache;      // the cached route record's JSON text
+    std::wstring runKeyRoot;      // read the Run value under HKCU\<this> (empty: HKCU itself)
 };
 
 // False (with `error` set) when the command line is not understood.

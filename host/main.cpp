@@ -1,6 +1,8 @@
 // startup-host: plays the client at start-up over GlobalRootService.dll, with
 // the stand-in client libraries and loopback routing servers, and reports
-// what the library did.
+// what the library did; or, with --inspect, reads a user's profile and reports
+// what is wrong with it. Only the report goes to standard output, so that it
+// can be piped; progress and errors go to standard error.
 #include <windows.h>
 #include <shellapi.h>
 
@@ -9,6 +11,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <exception>
 #include <map>
 #include <string>
 #include <thread>
@@ -16,6 +19,7 @@
 
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "host/HostOptions.h"
+#include "host/Inspect.h"
 #include "host/Sandbox.h"
 #include "globalrootservice/GlobalRootService.h"
 #include "standin/StandInControl.h"
@@ -59,8 +63,8 @@ std::wstring HostFolder() {
 // Runs one step of the start sequence, timing it.
 template <typename Action>
 void RunStep(Report& report, bool quiet, const std::string& name, Action action) {
-    if (!quiet) std::printf("  ... %s\n", name.c_str());
-    std::fflush(stdout);
+    if (!quiet) std::fprintf(stderr, "  ... %s\n", name.c_str());
+    std::fflush(stderr);
     const auto start = Clock::now();
     Step step;
     step.name = name;
@@ -116,6 +120,26 @@ std::string DescribeDrive(const std::wstring& root) {
     if (attributes == FILE_ATTRIBUTE_HIDDEN) text += ", hidden root (skipped)";
     if (type != DRIVE_FIXED) text += " (not a fixed disk: not eligible)";
     return text;
+}
+
+// CreateSyncSettingFile leaves a detached worker that writes "BaseUri" once
+// the server-id address is known. The client lives on; the demo ends at once,
+// so it waits (bounded) for that save to finish instead of cutting it short,
+// which would leave a temporary file and a file that is not hidden.
+void WaitForBaseUri(const host::Sandbox& sandbox) {
+    const std::wstring path = sandbox.AppData() + L"\\SyncSetting.ini";
+    const std::wstring address = GlobalParamWrapper::GetInstance()->GetOperqrtServerIdUrl();
+    if (address.empty()) return;  // the worker waits for an address that does not come
+    constexpr DWORD kAtRest = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+    for (int waited = 0; waited < 5000; waited += 20) {
+        // The value first: once it is saved, attributes at rest mean the
+        // worker has also hidden the file again.
+        wchar_t value[1024] = {};
+        ::GetPrivateProfileStringW(L"SyncSetting", L"BaseUri", L"", value, 1024, path.c_str());
+        const DWORD attributes = ::GetFileAttributesW(path.c_str());
+        if (address == value && attributes != INVALID_FILE_ATTRIBUTES && (attributes & kAtRest) == kAtRest) return;
+        ::Sleep(20);
+    }
 }
 
 void CollectFacts(Report& report, const host::Sandbox& sandbox) {
@@ -214,8 +238,8 @@ void PrintJson(const Report& report, const host::Sandbox& sandbox) {
 // Prints each routing request as it is made, while the route step waits.
 class RequestWatcher {
 public:
-    RequestWatcher(const host::Sandbox& sandbox, bool toStderr)
-        : m_sandbox(sandbox), m_out(toStderr ? stderr : stdout), m_shown(ClientStandIn::RouteRequests().size()) {
+    explicit RequestWatcher(const host::Sandbox& sandbox)
+        : m_sandbox(sandbox), m_out(stderr), m_shown(ClientStandIn::RouteRequests().size()) {
         m_thread = std::thread([this] { Run(); });
     }
     ~RequestWatcher() {
@@ -286,6 +310,14 @@ int main() {
         return options.help ? 0 : 2;
     }
     ::LocalFree(argv);
+    if (options.inspect) {
+        try {
+            return host::inspect::RunInspect(options);
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "startup-host: inspection failed: %s\n", e.what());
+            return 1;
+        }
+    }
 
     const std::wstring hostFolder = HostFolder();
     host::Sandbox sandbox(options.profile.empty() ? hostFolder + L"demo" : options.profile, hostFolder);
@@ -314,9 +346,9 @@ int main() {
 
     const bool quiet = options.json;
     if (!quiet) {
-        std::printf("GlobalRootService start-up demo: country %s, user %s, routing servers %s\n",
-                    host::ToUtf8(options.country).c_str(), host::ToUtf8(options.user).c_str(),
-                    options.offline ? "all down" : ("primary " + options.primaryMode + ", standbys ok").c_str());
+        std::fprintf(stderr, "GlobalRootService start-up demo: country %s, user %s, routing servers %s\n",
+                     host::ToUtf8(options.country).c_str(), host::ToUtf8(options.user).c_str(),
+                     options.offline ? "all down" : ("primary " + options.primaryMode + ", standbys ok").c_str());
     }
     Report report;
     Zorvane* route = Zorvane::GetInstance();
@@ -351,7 +383,7 @@ int main() {
         report.routeSource = "fresh route cache";
     } else if (!options.fromCacheOnly) {
         RunStep(report, quiet, "Zorvane::ZRVInfoInitialise(fromCache=false)", [&](Step& step) {
-            RequestWatcher watcher(sandbox, quiet);
+            RequestWatcher watcher(sandbox);
             route->ZRVInfoInitialise(false, routed);
             const auto requests = ClientStandIn::RouteRequests();
             if (routed &&
@@ -383,6 +415,7 @@ int main() {
         step.outcome = "SyncSetting.ini rewritten with the user's cache folder";
     });
 
+    WaitForBaseUri(sandbox);
     CollectFacts(report, sandbox);
     if (options.json) {
         PrintJson(report, sandbox);

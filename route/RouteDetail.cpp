@@ -50,12 +50,16 @@ long long NowMilliseconds() {
     return static_cast<long long>(now.time) * 1000 + now.millitm;
 }
 
+long long RouteCacheExpiryMs(const std::string& currentTime, const std::string& period) {
+    return ExpiryOf(grs::LeadingInteger(period), grs::LeadingInteger(currentTime));
+}
+
 CacheFreshness JudgeRouteCache(const std::string& currentTime, const std::string& period,
                                const std::wstring& cachedCountry, const std::wstring& userCountry, long long nowMs) {
     if (currentTime.empty() || period.empty()) return CacheFreshness::MissingTime;
     if (currentTime.size() > 15 || cachedCountry.empty()) return CacheFreshness::TimeTooLongOrNoCountry;
     if (cachedCountry != userCountry) return CacheFreshness::OtherCountry;
-    const long long expiry = ExpiryOf(grs::LeadingInteger(period), grs::LeadingInteger(currentTime));
+    const long long expiry = RouteCacheExpiryMs(currentTime, period);
     return expiry > nowMs ? CacheFreshness::Fresh : CacheFreshness::Expired;
 }
 
@@ -71,11 +75,13 @@ RouteTable FlattenRoutes(const ServiceGroups& groups, const std::wstring& packag
     return flat;
 }
 
-const RouteSetter* FindRouteSetter(const std::wstring& key) {
+namespace {
+
+const std::vector<RouteSetter>& Setters() {
     using P = GlobalParamWrapper;
     // Built on first use: the setters live in another module, so their
     // addresses are not constants.
-    static const RouteSetter kSetters[] = {
+    static const std::vector<RouteSetter> kSetters = {
         {L"cas", &P::SetCASBaseUrl, nullptr},
         {L"upas", &P::SetASBaseUrl, nullptr},
         {L"portal", &P::SetPortalUrl, nullptr},
@@ -119,10 +125,22 @@ const RouteSetter* FindRouteSetter(const std::wstring& key) {
         {L"omcdn", &P::SetOmCdnUrl, nullptr},
         {L"omcdnBypass", &P::SetOmCdnByPassUrl, nullptr},
     };
-    for (const RouteSetter& setter : kSetters) {
+    return kSetters;
+}
+
+}  // namespace
+
+const RouteSetter* FindRouteSetter(const std::wstring& key) {
+    for (const RouteSetter& setter : Setters()) {
         if (key == setter.key) return &setter;
     }
     return nullptr;
+}
+
+std::vector<std::wstring> RouteSetterKeys() {
+    std::vector<std::wstring> keys;
+    for (const RouteSetter& setter : Setters()) keys.push_back(setter.key);
+    return keys;
 }
 
 }  // namespace grs::route

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "core/TextUtil.h"
 
@@ -51,6 +52,11 @@ enum class CacheFreshness {
     Fresh,
 };
 
+// When a record obtained at `currentTime` (milliseconds, decimal) and valid
+// for `period` seconds expires: the leading numbers of both texts (0 when
+// unreadable), the sum saturating instead of overflowing.
+long long RouteCacheExpiryMs(const std::string& currentTime, const std::string& period);
+
 // Judges a cached record: obtained at `currentTime` (milliseconds, decimal),
 // valid for `period` seconds, recorded for `cachedCountry`; fresh only while
 // strictly before its expiry and for exactly the user's country.
@@ -72,5 +78,8 @@ struct RouteSetter {
 
 // The setter for a key (exact, case-sensitive), null when the key is unknown.
 const RouteSetter* FindRouteSetter(const std::wstring& key);
+
+// Every key that has a setter, in the order keys are compared.
+std::vector<std::wstring> RouteSetterKeys();
 
 }  // namespace grs::route

@@ -5,5 +5,7 @@ cd "$ROOT"
 GRS_DEPS_PREFIX=$("$ROOT/scripts/bootstrap.sh" | tail -n 1)
 export GRS_DEPS_PREFIX
 PRESET=${GRS_PRESET:-mingw}
+# Standard output belongs to the command's report (`run-host.sh --json | ...`):
+# everything the build says goes to standard error.
 cmake --preset "$PRESET" >/dev/null
-cmake --build --preset "$PRESET" -j "$(nproc 2>/dev/null || echo 2)"
+cmake --build --preset "$PRESET" -j "$(nproc 2>/dev/null || echo 2)" >&2

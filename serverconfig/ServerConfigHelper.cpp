@@ -14,6 +14,7 @@
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "serverconfig/RegionJson.h"
 #include "serverconfig/ServerConfigPaths.h"
+#include "serverconfig/ServerRegion.h"
 
 namespace grs {
 
@@ -40,35 +41,21 @@ constexpr const char* kInitLocalServiceUrl = "ServerConfigHelper::InitLocalServi
 // The file is read whole into a buffer of this size; a larger one is refused.
 constexpr unsigned long long kReadBufferSize = 1048576;
 
-enum class Region { Asia, Europe, Russia, Default };
-
-// First match wins: a country in both sets counts as Asian.
-Region ChooseRegion(const std::wstring& countryCode, const std::unordered_set<std::wstring>& asia,
-                    const std::unordered_set<std::wstring>& europe) {
-    if (asia.count(countryCode) != 0) return Region::Asia;
-    if (europe.count(countryCode) != 0) return Region::Europe;
-    if (countryCode == L"RU") return Region::Russia;
-    return Region::Default;
-}
+using grs::ServerRegion;
 
 template <typename T>
-const T& ByRegion(Region region, const T& asia, const T& europe, const T& russia, const T& other) {
+const T& ByRegion(ServerRegion region, const T& asia, const T& europe, const T& russia, const T& other) {
     switch (region) {
-        case Region::Asia:
+        case ServerRegion::Asia:
             return asia;
-        case Region::Europe:
+        case ServerRegion::Europe:
             return europe;
-        case Region::Russia:
+        case ServerRegion::Russia:
             return russia;
-        case Region::Default:
+        case ServerRegion::Default:
             break;
     }
     return other;
-}
-
-std::string RegionMember(Region region) {
-    static const std::string dr2 = "dr2", dr3 = "dr3", dr4 = "dr4", cn = "cn";
-    return ByRegion(region, dr2, dr3, dr4, cn);
 }
 
 // COMPAT: the main module's path as a buffer of MAX_PATH characters holds it,
@@ -98,59 +85,6 @@ bool ReadServerAddressFile(const std::wstring& path, std::string& text) {
     if (read == 0) return false;
     text.assign(buffer.get(), read);
     return true;
-}
-
-// The member of the region object that names each service.
-const std::map<ServiceAddressEnum, std::wstring>& ServiceKeys() {
-    static const std::map<ServiceAddressEnum, std::wstring> keys = {
-        {SERVICE_ZRV, L"zrv"},
-        {SERVICE_ZRVBAK, L"zrvbak"},
-        {SERVICE_ZRVBAK1, L"zrvbak1"},
-        {SERVICE_ZRVBAKRU, L"zrvbakru"},
-        {SERVICE_ZRVBAKEU, L"zrvbakeu"},
-        {SERVICE_CAS, L"cas"},
-        {SERVICE_UPAS, L"upas"},
-        {SERVICE_PORTAL, L"portal"},
-        {SERVICE_BASIC, L"basic"},
-        {SERVICE_VFS, L"vfs"},
-        {SERVICE_CLOUDPHOTO, L"cloudphoto"},
-        {SERVICE_BUSINESS, L"business"},
-        {SERVICE_FEEDBACKANNEX, L"feedbackannex"},
-        {SERVICE_FEEDBACKWITHANNEX, L"feedbackwithannex"},
-        {SERVICE_FEEDBACKLOG, L"feedbacklog"},
-        {SERVICE_TERMS, L"terms"},
-        {SERVICE_GW, L"gw"},
-        {SERVICE_USER, L"user"},
-        {SERVICE_CLUB, L"club"},
-        {SERVICE_CONSUMER, L"consumer"},
-        {SERVICE_CBS, L"cbs"},
-        {SERVICE_PIMDS, L"pimds"},
-        {SERVICE_CONFIGBASIC, L"configbasic"},
-        {SERVICE_OPERQRTSERVERID, L"operqrtserverid"},
-        {SERVICE_TRS, L"trs"},
-        {SERVICE_PUSH, L"push"},
-        {SERVICE_TESTZAVKOOPERQRTURL, L"testzavkooperqrturl"},
-        {SERVICE_NETPING, L"netping"},
-        {SERVICE_FAMILYSHARE, L"familyshare"},
-        {SERVICE_CONSUMERBUSINESS, L"consumerbusiness"},
-        {SERVICE_SYNCSERVERURL, L"syncserverurl"},
-        {SERVICE_CLOUDPHOTOV2, L"cloudphotov2"},
-        {SERVICE_USERINFORMATIONSERVICE, L"userInformationservice"},
-        {SERVICE_HELP, L"help"},
-        {SERVICE_UBAURL, L"ubaurl"},
-        {SERVICE_OPENSOURCE, L"opensource"},
-        {SERVICE_CONTENT, L"content"},
-        {SERVICE_CBSV3, L"cbsv3"},
-        {SERVICE_EXTENSION, L"extension"},
-        {SERVICE_CLOUDSYNCDRIVE, L"cloudsyncdrive"},
-        {SERVICE_QIRENTCCPCURL, L"qirentccpcurl"},
-        {SERVICE_SCOPEURL, L"scopeurl"},
-        {SERVICE_DATAEXTRACT, L"dataExtract"},
-        {SERVICE_CLOUDSERVICEAGREEMENT, L"cloudServiceAgreement"},
-        {SERVICE_DMPUPLOAD, L"dmpUpload"},
-        {SERVICE_LOGPINGURL, L"logPingUrl"},
-    };
-    return keys;
 }
 
 using AddressSetter = void (GlobalParamWrapper::*)(const std::wstring&);
@@ -216,14 +150,14 @@ const ServiceStep kServiceSteps[] = {
 }  // namespace
 
 ServerConfigHelper::ServerConfigHelper()
-    : m_testFileName(L"ServerConfigTest"),
-      m_testFileNameDR2(L"ServerConfigTestDR2"),
-      m_testFileNameDR3(L"ServerConfigTestDR3"),
-      m_testFileNameDR4(L"ServerConfigTestDR4"),
-      m_fileName(L"ServerConfig"),
-      m_fileNameDR2(L"ServerConfigDR2"),
-      m_fileNameDR3(L"ServerConfigDR3"),
-      m_fileNameDR4(L"ServerConfigDR4") {
+    : m_testFileName(grs::ServerConfigFileName(ServerRegion::Default, /*isTest=*/true)),
+      m_testFileNameDR2(grs::ServerConfigFileName(ServerRegion::Asia, /*isTest=*/true)),
+      m_testFileNameDR3(grs::ServerConfigFileName(ServerRegion::Europe, /*isTest=*/true)),
+      m_testFileNameDR4(grs::ServerConfigFileName(ServerRegion::Russia, /*isTest=*/true)),
+      m_fileName(grs::ServerConfigFileName(ServerRegion::Default, /*isTest=*/false)),
+      m_fileNameDR2(grs::ServerConfigFileName(ServerRegion::Asia, /*isTest=*/false)),
+      m_fileNameDR3(grs::ServerConfigFileName(ServerRegion::Europe, /*isTest=*/false)),
+      m_fileNameDR4(grs::ServerConfigFileName(ServerRegion::Russia, /*isTest=*/false)) {
     try {
         std::wstring& moduleDirectory = grs::ModuleDirectory();
         if (moduleDirectory.empty()) moduleDirectory = grs::DirectoryWithSeparator(MainModulePath());
@@ -243,7 +177,7 @@ bool ServerConfigHelper::isFileExist(bool isTest) {
         m_asiaCountrySet = store->GetAsiaCountrySet();
         m_europeCountrySet = store->GetEuropeCountrySet();
 
-        const Region region = ChooseRegion(m_countryCode, m_asiaCountrySet, m_europeCountrySet);
+        const ServerRegion region = grs::ChooseServerRegion(m_countryCode, m_asiaCountrySet, m_europeCountrySet);
         const std::wstring& name =
             isTest ? ByRegion(region, m_testFileNameDR2, m_testFileNameDR3, m_testFileNameDR4, m_testFileName)
                    : ByRegion(region, m_fileNameDR2, m_fileNameDR3, m_fileNameDR4, m_fileName);
@@ -281,8 +215,8 @@ void ServerConfigHelper::Load(std::wstring countryCode, bool /*isTest*/) {
 
 void ServerConfigHelper::loadServersMap(
     const std::string& jsonText, std::map<std::wstring, std::map<std::wstring, std::wstring>>& serversByCountry) {
-    const Region region = ChooseRegion(m_countryCode, m_asiaCountrySet, m_europeCountrySet);
-    grs::RegionScan scan = grs::ScanRegion(jsonText, RegionMember(region));
+    const ServerRegion region = grs::ChooseServerRegion(m_countryCode, m_asiaCountrySet, m_europeCountrySet);
+    grs::RegionScan scan = grs::ScanRegion(jsonText, grs::ServerRegionMember(region));
     if (scan.syntaxError) {
         grs::log::Error(258, kLoadServersMap, "[ServerConfigHelper::loadServersMap] Parse ServerConfig Error");
         // Where it broke, for whoever edits the file by hand.
@@ -309,7 +243,7 @@ std::wstring ServerConfigHelper::GetServerAddress(ServiceAddressEnum service, bo
                 return std::wstring();
             }
         }
-        const auto& keys = ServiceKeys();
+        const auto& keys = grs::ServiceKeys();
         const auto key = keys.find(service);
         if (key == keys.end()) return std::wstring();
         const auto address = m_servers.find(key->second);

@@ -55,4 +55,12 @@ unsigned long long ErrorLimitingTimeFrom(const std::wstring& joinPlan) {
     return static_cast<unsigned long long>(limit);
 }
 
+bool ReadsFirstStart(const std::wstring& text) {
+    return text == L"true";
+}
+
+bool ReadsShortcutPending(const std::wstring& text) {
+    return text.empty() || text == L"0";
+}
+
 }  // namespace grs::settings

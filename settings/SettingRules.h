@@ -5,6 +5,7 @@
 // GetSettings reads its flags. No file, lock, parameter store or logger here,
 // so that the rules can be checked on their own.
 
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +17,15 @@ namespace grs::settings {
 
 constexpr wchar_t kSettingSection[] = L"Setting";
 constexpr wchar_t kSyncSettingSection[] = L"SyncSetting";
+
+// Start with Windows: HKEY_CURRENT_USER\<kRunKey>, value kRunValue.
+constexpr wchar_t kRunKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run";
+constexpr wchar_t kRunValue[] = L"QIRENT Cloud";
+// COMPAT: earlier versions read the value with a byte count of 260 (not 520);
+// commands that fit that, terminator included, are the ones they recognise.
+constexpr unsigned long kRunValueReadBytes = 260;
+// The longest command that reads as registered: 129 UTF-16 characters.
+constexpr size_t kRunValueReadableChars = kRunValueReadBytes / 2 - 1;
 
 // Gets or adds the section and the key and assigns the value, overwriting.
 void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value);
@@ -53,6 +63,13 @@ bool JoinsExperiencePlan(const std::wstring& joinPlan);
 // "ErrorLimitingTime" is empty. COMPAT: the number comes from the plan key,
 // not from "ErrorLimitingTime": that is how the client has always read it.
 unsigned long long ErrorLimitingTimeFrom(const std::wstring& joinPlan);
+
+// "IsFirstStartUp": the first start only for exactly "true".
+bool ReadsFirstStart(const std::wstring& text);
+
+// "NoticeCreateLink": the shortcut is still to be offered while the value is
+// empty or exactly "0".
+bool ReadsShortcutPending(const std::wstring& text);
 
 // Start with Windows: GetSettings brings the record, the file and the Run
 // registration in line. The "IsAutoStartUp" value decides, except when it says

@@ -16,8 +16,9 @@ using grs::settings::kSettingSection;
 
 namespace {
 
-constexpr wchar_t kRunKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run";
-constexpr wchar_t kRunValue[] = L"QIRENT Cloud";
+using grs::settings::kRunKey;
+using grs::settings::kRunValue;
+using grs::settings::kRunValueReadBytes;
 // Registering opens the Run key for reading, setting a value and creating a
 // subkey (0x2001F).
 constexpr REGSAM kRunKeyWriteAccess = KEY_READ | KEY_SET_VALUE | KEY_CREATE_SUB_KEY;
@@ -26,9 +27,6 @@ static_assert(kRunKeyWriteAccess == 0x2001F, "the access registering has always 
 // as the client always has; a read-only key then reads as "not registered".
 constexpr REGSAM kRunKeyFullAccess = KEY_ALL_ACCESS;
 static_assert(kRunKeyFullAccess == 0xF003F, "the access reading has always asked for");
-// Earlier versions read the value with a byte count of 260 (not 520);
-// commands that fit that are the ones they would recognise.
-constexpr DWORD kRunValueReadBytes = 260;
 constexpr size_t kCommandBufferChars = 260;
 constexpr char kRegisterTag[] = "ClientInitialize::RegisterStartingIsOpen";
 constexpr char kGetRegisterTag[] = "ClientInitialize::GetRegisterStartingIsOpen";
@@ -59,7 +57,7 @@ bool ClientInitialize::IsFirstStartUp() {
                 grs::settings::SetValue(ini, kSettingSection, L"IsFirstStartUp", L"false");
                 return grs::settings::Outcome::Save;
             });
-        return found && before == L"true";
+        return found && grs::settings::ReadsFirstStart(before);
     });
 }
 
@@ -73,7 +71,7 @@ bool ClientInitialize::IsNeedCreateShortcut() {
                 flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring());
                 return grs::settings::Outcome::Save;  // rewritten unchanged, as the client always did
             });
-        return found && (flag.empty() || flag == L"0");
+        return found && grs::settings::ReadsShortcutPending(flag);
     });
 }
 
@@ -122,7 +120,7 @@ bool ClientInitialize::GetRegisterStartingIsOpen() {
         grs::UniqueKey key;
         ::RegOpenKeyExW(HKEY_CURRENT_USER, kRunKey, 0, kRunKeyFullAccess, key.put());
         wchar_t buffer[kCommandBufferChars] = {};
-        DWORD size = kRunValueReadBytes;
+        DWORD size = grs::settings::kRunValueReadBytes;
         const LSTATUS read = key ? ::RegGetValueW(key.get(), nullptr, kRunValue, RRF_RT_REG_SZ, nullptr, buffer, &size)
                                  : ERROR_INVALID_HANDLE;
         key.reset();

@@ -2,10 +2,13 @@
 #include <gtest/gtest.h>
 #include <json/json.h>
 
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "core/PathUtil.h"
+#include "core/UniqueResource.h"
 #include "tests/common/ChildProcess.h"
 #include "tests/common/TestSupport.h"
 
@@ -55,6 +58,76 @@ protected:
     std::wstring Profile() const { return L"--profile \"" + profile.Path() + L"\""; }
 };
 
+// Without its last backslash, which would escape the closing quote on a command line.
+std::wstring HostFolder() {
+    const std::wstring folder = grs::DirectoryWithSeparator(grs::HostExecutablePath());
+    return folder.substr(0, folder.size() - 1);
+}
+
+std::string SummaryLine(const HostRun& run) {
+    return run.report["summary"]["line"].asString();
+}
+
+bool HasFinding(const HostRun& run, const std::string& area, const std::string& key, const std::string& severity,
+                const std::string& messagePart) {
+    for (const auto& finding : run.report["findings"])
+        if (finding["area"].asString() == area && finding["key"].asString() == key &&
+            finding["severity"].asString() == severity &&
+            finding["message"].asString().find(messagePart) != std::string::npos)
+            return true;
+    return false;
+}
+
+// Every file under `folder` (relative name -> bytes and attributes).
+std::map<std::wstring, std::pair<std::string, DWORD>> FolderContents(const std::wstring& folder,
+                                                                     const std::wstring& relative = L"") {
+    std::map<std::wstring, std::pair<std::string, DWORD>> contents;
+    WIN32_FIND_DATAW entry = {};
+    grs::UniqueFind find(::FindFirstFileW((folder + L"\\*").c_str(), &entry));
+    if (!find) return contents;
+    do {
+        const std::wstring name = entry.cFileName;
+        if (name == L"." || name == L"..") continue;
+        const std::wstring path = folder + L"\\" + name;
+        if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+            for (auto& inner : FolderContents(path, relative + name + L"\\")) contents.insert(inner);
+        } else {
+            contents[relative + name] = {grs::test::ReadFileBytes(path), ::GetFileAttributesW(path.c_str())};
+        }
+    } while (::FindNextFileW(find.get(), &entry));
+    return contents;
+}
+
+// A Run key of the test's own under HKEY_CURRENT_USER, removed afterwards.
+class ScratchRunKey {
+public:
+    ScratchRunKey() {
+        m_root = L"Software\\GlobalRootServiceTests\\inspect-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
+                 std::to_wstring(::GetTickCount());
+        ::RegCreateKeyExW(HKEY_CURRENT_USER, (m_root + L"\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run").c_str(),
+                          0, nullptr, 0, KEY_ALL_ACCESS, nullptr, m_run.put(), nullptr);
+    }
+    ~ScratchRunKey() {
+        m_run.reset();
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, m_root.c_str());
+    }
+    const std::wstring& Root() const { return m_root; }
+    void Set(const std::wstring& command) {
+        ::RegSetValueExW(m_run.get(), L"QIRENT Cloud", 0, REG_SZ, reinterpret_cast<const BYTE*>(command.c_str()),
+                         static_cast<DWORD>((command.size() + 1) * sizeof(wchar_t)));
+    }
+    std::wstring Get() const {
+        wchar_t value[512] = {};
+        DWORD size = sizeof value;
+        ::RegGetValueW(m_run.get(), nullptr, L"QIRENT Cloud", RRF_RT_REG_SZ, nullptr, value, &size);
+        return value;
+    }
+
+private:
+    std::wstring m_root;
+    grs::UniqueKey m_run;
+};
+
 TEST_F(StartupHost, FirstStartAsksTheRoutingServerAndSecondAnswersFromTheCache) {
     const HostRun first = RunHost(Profile());
     EXPECT_EQ(first.exitCode, 0u);
@@ -93,6 +166,62 @@ TEST_F(StartupHost, StandbyAnswersWhenThePrimaryFails) {
     const HostRun dead = RunHost(Profile() + L" --primary dead");
     EXPECT_EQ(dead.report["routeSource"].asString(), "routing server (standby 1)");
     EXPECT_EQ(dead.report["routeRequests"].size(), 2u);
+}
+
+TEST_F(StartupHost, InspectingTheDemosProfileFindsNothingWrong) {
+    RunHost(Profile());
+    const HostRun inspected = RunHost(L"--inspect \"" + profile / L"AppData" + L"\" --exe-dir \"" + HostFolder() +
+                                      L"\" --hkcu Software\\GlobalRootServiceDemo\\HKCU --user demo-user");
+    EXPECT_EQ(inspected.exitCode, 0u);
+    EXPECT_EQ(inspected.report["summary"]["problems"].asUInt(), 0u) << SummaryLine(inspected);
+    EXPECT_EQ(inspected.report["summary"]["warnings"].asUInt(), 0u) << SummaryLine(inspected);
+    EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "Platform", "ok", "\"x64\""));
+    EXPECT_TRUE(HasFinding(inspected, "SyncSetting.ini", "CatchFolder", "ok", "user \"demo-user\""));
+    EXPECT_TRUE(HasFinding(inspected, "ServerConfig", "ServerConfig", "ok", "holds 46 keys"));
+    EXPECT_TRUE(HasFinding(inspected, "RouteCache", "[freshness]", "ok", "fresh until"));
+}
+
+TEST(StartupHostInspect, ReportsWhatIsWrongAndChangesNothing) {
+    grs::test::TempFolder root;
+    const std::wstring appData = root / L"AppData";
+    const std::wstring install = root / L"Program";
+    grs::test::CreateFolderTree(appData);
+    grs::test::CreateFolderTree(install);
+    grs::test::WriteFileBytes(appData + L"\\Setting.ini", "[Setting]\r\nSpaceOMVersion=0\r\nIsAutoStartUp=1\r\n");
+    grs::test::WriteFileBytes(appData + L"\\SyncSetting.ini", "[SyncSetting]\r\nPortal=https://p.example\r\n");
+    grs::test::WriteFileBytes(appData + L"\\Setting.ini~7-1.tmp", "[Setting]\r\n");
+    grs::test::WriteFileBytes(install + L"\\ServerConfig", "{\"cn\": {\"zrv\": }}");
+    grs::test::WriteFileBytes(root / L"route.json",
+                              "{\"countryCode\":\"DE\",\"currentTime\":\"1600000000000\",\"effectivePeriod\":\"86400\","
+                              "\"isSuccess\":1,\"services\":{\"default\":{\"cas\":\"https://c.example\"}}}");
+    ::SetFileAttributesW((appData + L"\\Setting.ini").c_str(), FILE_ATTRIBUTE_SYSTEM);
+    ::SetFileAttributesW((appData + L"\\SyncSetting.ini").c_str(), FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
+    ::SetFileAttributesW((root / L"route.json").c_str(), FILE_ATTRIBUTE_READONLY);
+    ScratchRunKey run;
+    run.Set(L"C:\\Gone\\client.exe /background");
+    const auto before = FolderContents(root.Path());
+
+    const HostRun inspected =
+        RunHost(L"--inspect \"" + appData + L"\" --exe-dir \"" + install + L"\" --route-cache \"" +
+                root / L"route.json" + L"\" --hkcu \"" + run.Root() + L"\"");
+    EXPECT_EQ(inspected.exitCode, 0u);
+    EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "SpaceOMVersion", "problem", "one edit from \"SapceOMVersion\""));
+    EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "[attributes]", "warning", "system but not hidden"));
+    EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "Setting.ini~7-1.tmp", "warning", "temporary"));
+    EXPECT_TRUE(HasFinding(inspected, "StartWithWindows", "QIRENT Cloud", "problem", "does not exist"));
+    EXPECT_TRUE(HasFinding(inspected, "ServerConfig", "ServerConfig", "problem", "(line 1, column 16)"));
+    EXPECT_TRUE(HasFinding(inspected, "RouteCache", "[freshness]", "warning", "recorded for \"DE\""));
+    EXPECT_EQ(SummaryLine(inspected).rfind("3 problems, ", 0), 0u) << SummaryLine(inspected);
+
+    const auto after = FolderContents(root.Path());
+    EXPECT_EQ(after.size(), before.size());
+    for (const auto& file : before) {
+        SCOPED_TRACE(grs::test::Narrow(file.first));
+        ASSERT_EQ(after.count(file.first), 1u);
+        EXPECT_EQ(after.at(file.first).first, file.second.first);
+        EXPECT_EQ(after.at(file.first).second, file.second.second);
+    }
+    EXPECT_EQ(run.Get(), L"C:\\Gone\\client.exe /background");
 }
 
 }  // namespace

@@ -1,0 +1,141 @@
+#pragma once
+
+// Inspecting a user's start-up files, read-only: "Setting.ini" and
+// "SyncSetting.ini" in the app-data folder, the Run value of start with
+// Windows, the server address files beside the client executable and the
+// route cache. Support engineers get a user's folders, not a debugger; this
+// says what the library will make of them.
+//
+// The checks are pure functions over a Snapshot. TakeSnapshot is the only part
+// that touches the disk and the registry, and it only reads: no file is opened
+// for writing, no attribute changes, no registry value is written, and none of
+// the library's settings operations runs on the user's folder.
+//
+// The JSON report (a stable shape: fields may be added, none is renamed):
+//   {
+//     "inspected": {"appData": "...", "exeDir": "...", "routeCache": "...", "runKey": "...",
+//                   "country": "CN", "user": "", "at": "2024-05-01 10:00:00 UTC"},
+//     "findings": [{"area": "Setting.ini", "key": "SapceOMVersion", "severity": "problem",
+//                   "message": "..."}, ...],
+//     "summary": {"problems": 1, "warnings": 2, "notes": 3, "ok": 40,
+//                 "line": "1 problem, 2 warnings: Setting.ini SapceOMVersion; ..."}
+//   }
+// Areas, in report order: "Setting.ini", "SyncSetting.ini", "StartWithWindows",
+// "ServerConfig", "RouteCache". A key is an INI key, the registry value or a
+// server address file by its name; facts about a whole file or section are
+// bracketed ("[file]", "[encoding]", "[attributes]", "[line 7]", "[Setting]"),
+// which no INI key can be. Severities from the worst: "problem" (the user gets
+// a wrong or lost setting), "warning" (likely to go wrong, or read otherwise
+// than it looks), "note" (worth knowing), "ok". Messages are one line.
+
+#include <functional>
+#include <map>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "host/HostOptions.h"
+
+namespace host::inspect {
+
+enum class Severity { Ok, Note, Warning, Problem };
+const char* SeverityName(Severity severity);
+
+struct Finding {
+    std::string area;
+    std::string key;  // UTF-8, as are all texts of a finding
+    Severity severity = Severity::Ok;
+    std::string message;
+};
+
+constexpr char kAreaSetting[] = "Setting.ini";
+constexpr char kAreaSyncSetting[] = "SyncSetting.ini";
+constexpr char kAreaStartWithWindows[] = "StartWithWindows";
+constexpr char kAreaServerConfig[] = "ServerConfig";
+constexpr char kAreaRouteCache[] = "RouteCache";
+
+// One file as read. Nothing is read past `tooLarge`.
+struct FileSnapshot {
+    bool exists = false;
+    bool isFolder = false;
+    bool readable = false;  // `bytes` holds the whole file
+    bool tooLarge = false;
+    unsigned long attributes = 0;
+    unsigned long long size = 0;
+    std::string bytes;
+};
+
+struct RunValueSnapshot {
+    bool present = false;
+    unsigned long type = 0;  // REG_SZ is 1
+    std::wstring data;       // up to its first NUL
+};
+
+struct Snapshot {
+    std::wstring appData;
+    bool appDataIsFolder = false;
+    FileSnapshot setting;
+    FileSnapshot syncSetting;
+    std::vector<std::wstring> appDataNames;  // the folder's entries, for stray files
+    std::wstring runKey;                     // where the Run value was looked for
+    RunValueSnapshot run;
+    std::wstring exeDir;  // empty: unknown
+    bool exeDirGiven = false;
+    bool exeDirIsFolder = false;
+    std::map<std::wstring, FileSnapshot> serverFiles;  // by name, the eight names only
+    std::wstring routeCachePath;
+    bool routeCacheGiven = false;
+    FileSnapshot routeCache;
+};
+
+struct Context {
+    std::wstring country = L"CN";
+    std::wstring user;  // empty: not given
+    long long nowMs = 0;
+    std::unordered_set<std::wstring> asia;  // the client libraries' country sets
+    std::unordered_set<std::wstring> europe;
+    std::wstring packageName;  // names the preferred route group
+    std::function<bool(const std::wstring&)> fileExists;
+};
+
+// The checks of each area, over plain data.
+std::vector<Finding> InspectSettingIni(const FileSnapshot& file, const std::vector<std::wstring>& siblingNames);
+std::vector<Finding> InspectSyncSettingIni(const FileSnapshot& file, const std::vector<std::wstring>& siblingNames,
+                                           const std::wstring& user);
+// `autoStart`: the "IsAutoStartUp" text, null when "Setting.ini" is unreadable.
+std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const std::wstring* autoStart,
+                                             const std::wstring& exeDir,
+                                             const std::function<bool(const std::wstring&)>& fileExists);
+std::vector<Finding> InspectServerConfig(const Snapshot& snapshot, const Context& context);
+std::vector<Finding> InspectRouteCache(const Snapshot& snapshot, const Context& context);
+
+// Every area, in report order.
+std::vector<Finding> Inspect(const Snapshot& snapshot, const Context& context);
+
+// The executable a Run command names: the text between its quotes, or up to
+// ".exe" (or the first blank) when it is not quoted; `quoted` tells which.
+// Empty when a quote is never closed.
+std::wstring RunCommandExecutable(const std::wstring& command, bool& quoted, std::wstring& arguments);
+
+// "2024-05-01 10:00:00 UTC" for milliseconds since 1970-01-01 UTC.
+std::string FormatUtc(long long milliseconds);
+
+struct Report {
+    Snapshot snapshot;
+    Context context;
+    std::vector<Finding> findings;
+};
+
+std::string RenderJson(const Report& report);
+std::string RenderText(const Report& report);
+
+// Reads what `options` names (read-only) and judges it with the client
+// libraries' country sets and the clock of now.
+Snapshot TakeSnapshot(const Options& options);
+Context MakeContext(const Options& options);
+
+// --inspect: prints the report on standard output. 0 once the report is out,
+// whatever it found; 1 when it could not be written.
+int RunInspect(const Options& options);
+
+}  // namespace host::inspect

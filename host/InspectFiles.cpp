@@ -1,0 +1,203 @@
+// The one part of the inspection that touches the system, and it only reads:
+// files are opened for reading with every sharing mode (so the client may keep
+// running), attributes and folder entries are queried, and the Run key is
+// opened to query its value. Nothing of the user's is handed to the library's
+// settings operations, which would rewrite the files and the Run value.
+#include <windows.h>
+
+#include <cstdio>
+#include <vector>
+
+#include "core/FileIo.h"
+#include "core/PathUtil.h"
+#include "core/UniqueResource.h"
+#include "globalrootservice/collaborators/ConfigEntityManager.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
+#include "host/Inspect.h"
+#include "route/RouteDetail.h"
+#include "serverconfig/ServerRegion.h"
+#include "settings/SettingRules.h"
+
+namespace host::inspect {
+
+namespace {
+
+// More than any file the library reads: the rest is not needed to judge it.
+constexpr unsigned long long kReadLimit = 64ull << 20;
+
+std::wstring FullPath(const std::wstring& path) {
+    if (path.empty()) return path;
+    const DWORD length = ::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
+    if (length == 0) return path;
+    std::wstring full(length, L'\0');
+    const DWORD written = ::GetFullPathNameW(path.c_str(), length, &full[0], nullptr);
+    if (written == 0 || written >= length) return path;
+    full.resize(written);
+    return full;
+}
+
+FileSnapshot ReadSnapshotFile(const std::wstring& path) {
+    FileSnapshot file;
+    const std::wstring target = grs::WithExtendedPrefix(path);
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (!::GetFileAttributesExW(target.c_str(), GetFileExInfoStandard, &data)) return file;
+    file.exists = true;
+    file.attributes = data.dwFileAttributes;
+    file.isFolder = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    file.size = (static_cast<unsigned long long>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+    if (file.isFolder) return file;
+    if (file.size > kReadLimit) {
+        file.tooLarge = true;
+        return file;
+    }
+    switch (grs::ReadWholeFile(target, kReadLimit, file.bytes)) {
+        case grs::ReadFileResult::Ok:
+            file.readable = true;
+            file.size = file.bytes.size();
+            break;
+        case grs::ReadFileResult::TooLarge:
+            file.tooLarge = true;
+            break;
+        case grs::ReadFileResult::Missing:  // gone since it was listed
+        case grs::ReadFileResult::CannotOpen:
+        case grs::ReadFileResult::Failed:
+            break;
+    }
+    return file;
+}
+
+bool IsFolder(const std::wstring& path) {
+    const DWORD attributes = ::GetFileAttributesW(grs::WithExtendedPrefix(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+std::vector<std::wstring> FolderNames(const std::wstring& folder) {
+    std::vector<std::wstring> names;
+    WIN32_FIND_DATAW entry = {};
+    const std::wstring pattern = grs::WithExtendedPrefix(grs::PathJoin(folder, L"*"));
+    grs::UniqueFind find(
+        ::FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr, 0));
+    if (!find) return names;
+    do {
+        const std::wstring name = entry.cFileName;
+        if (name != L"." && name != L"..") names.push_back(name);
+    } while (::FindNextFileW(find.get(), &entry));
+    return names;
+}
+
+// The Run value under HKEY_CURRENT_USER\<root>, opened to query values only.
+RunValueSnapshot ReadRunValue(const std::wstring& keyPath) {
+    RunValueSnapshot run;
+    grs::UniqueKey key;
+    if (::RegOpenKeyExW(HKEY_CURRENT_USER, keyPath.c_str(), 0, KEY_QUERY_VALUE, key.put()) != ERROR_SUCCESS) return run;
+    std::vector<BYTE> data;
+    DWORD type = 0;
+    DWORD size = 0;
+    LSTATUS status = ::RegQueryValueExW(key.get(), grs::settings::kRunValue, nullptr, &type, nullptr, &size);
+    // The value may change between the two queries; a few tries settle it.
+    for (int attempt = 0; attempt < 3 && status == ERROR_SUCCESS; ++attempt) {
+        data.assign(size + sizeof(wchar_t), 0);
+        DWORD got = size;
+        status = ::RegQueryValueExW(key.get(), grs::settings::kRunValue, nullptr, &type, data.data(), &got);
+        if (status == ERROR_MORE_DATA) {
+            size = got;
+            status = ERROR_SUCCESS;
+            continue;
+        }
+        if (status != ERROR_SUCCESS) break;
+        run.present = true;
+        run.type = type;
+        if (type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ) {
+            const wchar_t* text = reinterpret_cast<const wchar_t*>(data.data());
+            const size_t units = got / sizeof(wchar_t);
+            size_t length = 0;
+            while (length < units && text[length] != L'\0') ++length;
+            run.data.assign(text, length);
+        }
+        return run;
+    }
+    return run;
+}
+
+bool IsFile(const std::wstring& path) {
+    const DWORD attributes = ::GetFileAttributesW(grs::WithExtendedPrefix(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+}  // namespace
+
+Snapshot TakeSnapshot(const Options& options) {
+    Snapshot snapshot;
+    snapshot.appData = FullPath(options.inspectAppData);
+    snapshot.appDataIsFolder = IsFolder(snapshot.appData);
+    if (snapshot.appDataIsFolder) {
+        snapshot.setting = ReadSnapshotFile(grs::PathJoin(snapshot.appData, L"Setting.ini"));
+        snapshot.syncSetting = ReadSnapshotFile(grs::PathJoin(snapshot.appData, L"SyncSetting.ini"));
+        snapshot.appDataNames = FolderNames(snapshot.appData);
+    }
+
+    snapshot.runKey = options.runKeyRoot.empty() ? std::wstring(grs::settings::kRunKey)
+                                                 : options.runKeyRoot + L"\\" + grs::settings::kRunKey;
+    snapshot.run = ReadRunValue(snapshot.runKey);
+
+    snapshot.exeDirGiven = !options.exeDir.empty();
+    if (snapshot.exeDirGiven) {
+        snapshot.exeDir = FullPath(options.exeDir);
+    } else if (snapshot.run.present) {
+        // Without an install folder, the one start with Windows points at.
+        bool quoted = false;
+        std::wstring arguments;
+        const std::wstring executable = RunCommandExecutable(snapshot.run.data, quoted, arguments);
+        if (!executable.empty() && IsFile(executable)) snapshot.exeDir = grs::DirectoryWithSeparator(executable);
+    }
+    snapshot.exeDirIsFolder = !snapshot.exeDir.empty() && IsFolder(snapshot.exeDir);
+    if (snapshot.exeDirIsFolder) {
+        for (grs::ServerRegion region : {grs::ServerRegion::Default, grs::ServerRegion::Asia, grs::ServerRegion::Europe,
+                                         grs::ServerRegion::Russia}) {
+            for (bool test : {false, true}) {
+                const std::wstring name = grs::ServerConfigFileName(region, test);
+                snapshot.serverFiles[name] = ReadSnapshotFile(grs::PathJoin(snapshot.exeDir, name));
+            }
+        }
+    }
+
+    snapshot.routeCacheGiven = !options.routeCache.empty();
+    // The stand-in keeps each kind of configuration content in
+    // "<app-data>\ClientStandIn\content-<kind>.txt".
+    snapshot.routeCachePath =
+        snapshot.routeCacheGiven
+            ? FullPath(options.routeCache)
+            : grs::PathJoin(snapshot.appData,
+                            L"ClientStandIn\\content-" + std::to_wstring(ConfigEntityRouteCache) + L".txt");
+    snapshot.routeCache = ReadSnapshotFile(snapshot.routeCachePath);
+    return snapshot;
+}
+
+Context MakeContext(const Options& options) {
+    Context context;
+    context.country = options.country;
+    if (options.userGiven) context.user = options.user;
+    context.nowMs = grs::route::NowMilliseconds();
+    if (GlobalParamWrapper* store = GlobalParamWrapper::GetInstance()) {
+        context.asia = store->GetAsiaCountrySet();
+        context.europe = store->GetEuropeCountrySet();
+        context.packageName = store->GetPackageName();
+    }
+    context.fileExists = IsFile;
+    return context;
+}
+
+int RunInspect(const Options& options) {
+    Report report;
+    report.snapshot = TakeSnapshot(options);
+    report.context = MakeContext(options);
+    report.findings = Inspect(report.snapshot, report.context);
+    const std::string text = options.json ? RenderJson(report) : RenderText(report);
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+        std::fprintf(stderr, "startup-host: the report could not be written\n");
+        return 1;
+    }
+    return 0;
+}
+
+}  // namespace host::inspect

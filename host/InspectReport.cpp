@@ -1,0 +1,301 @@
+// The inspection's shared helpers, the order of its areas and its two report
+// forms.
+#include <json/json.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cwchar>
+
+#include "core/IniFile.h"
+#include "core/TextUtil.h"
+#include "host/InspectDetail.h"
+
+namespace host::inspect {
+
+namespace {
+
+// Messages stay one line of reasonable length however long a value is.
+constexpr size_t kShownChars = 160;
+constexpr size_t kListedNames = 50;
+
+wchar_t LowerAscii(wchar_t c) {
+    return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
+}
+
+// The "IsAutoStartUp" text as the settings read it, null when the file
+// cannot be read at all.
+bool ReadAutoStart(const FileSnapshot& file, std::wstring& value) {
+    if (!file.exists || file.isFolder || !file.readable) return false;
+    grs::IniEncoding encoding = grs::IniEncoding::Utf16Le;
+    CIniFileW document;
+    document.ParseText(grs::DecodeIniBytes(file.bytes, encoding));
+    value = document.GetValue(L"Setting", L"IsAutoStartUp", std::wstring());
+    return true;
+}
+
+}  // namespace
+
+const char* SeverityName(Severity severity) {
+    switch (severity) {
+        case Severity::Ok:
+            return "ok";
+        case Severity::Note:
+            return "note";
+        case Severity::Warning:
+            return "warning";
+        case Severity::Problem:
+            break;
+    }
+    return "problem";
+}
+
+void Findings::Add(const std::wstring& key, Severity severity, const std::string& message) {
+    Add(Utf8(key), severity, message);
+}
+
+std::string Utf8(const std::wstring& text) {
+    return grs::WideToUtf8(text);
+}
+
+std::string Shown(const std::wstring& text) {
+    std::wstring shown = L"\"";
+    size_t count = 0;
+    for (wchar_t c : text) {
+        if (++count > kShownChars) break;
+        if (c == L'"') {
+            shown += L'\\';
+            shown += c;
+        } else if (c < 0x20 || c == 0x7F) {
+            wchar_t escape[8];
+            std::swprintf(escape, 8, L"\\x%02X", static_cast<unsigned>(c));
+            shown += escape;
+        } else {
+            shown += c;
+        }
+    }
+    shown += L'"';
+    if (text.size() > kShownChars) shown += L"... (" + std::to_wstring(text.size()) + L" characters)";
+    return Utf8(shown);
+}
+
+std::string Shown(const std::string& utf8) {
+    return Shown(grs::Utf8ToWide(utf8));
+}
+
+std::string NameList(const std::vector<std::wstring>& names) {
+    std::string list;
+    for (size_t i = 0; i < names.size() && i < kListedNames; ++i) list += (i ? ", " : "") + Utf8(names[i]);
+    if (names.size() > kListedNames) list += " and " + std::to_string(names.size() - kListedNames) + " more";
+    return list;
+}
+
+std::string Counted(size_t count, const char* singular, const char* plural) {
+    return std::to_string(count) + " " + (count == 1 ? singular : plural);
+}
+
+std::wstring Lower(const std::wstring& text) {
+    std::wstring lower = text;
+    std::transform(lower.begin(), lower.end(), lower.begin(), LowerAscii);
+    return lower;
+}
+
+bool SameIgnoringCase(const std::wstring& a, const std::wstring& b) {
+    return Lower(a) == Lower(b);
+}
+
+bool WithinOneEdit(const std::wstring& first, const std::wstring& second) {
+    const std::wstring a = Lower(first);
+    const std::wstring b = Lower(second);
+    if (a == b) return true;
+    if (a.size() == b.size()) {
+        size_t i = 0;
+        while (a[i] == b[i]) ++i;  // they differ somewhere
+        // One substitution, or two neighbours swapped.
+        if (a.compare(i + 1, std::wstring::npos, b, i + 1, std::wstring::npos) == 0) return true;
+        return i + 1 < a.size() && a[i] == b[i + 1] && a[i + 1] == b[i] &&
+               a.compare(i + 2, std::wstring::npos, b, i + 2, std::wstring::npos) == 0;
+    }
+    const std::wstring& longer = a.size() > b.size() ? a : b;
+    const std::wstring& shorter = a.size() > b.size() ? b : a;
+    if (longer.size() != shorter.size() + 1) return false;
+    size_t i = 0;
+    while (i < shorter.size() && longer[i] == shorter[i]) ++i;
+    return longer.compare(i + 1, std::wstring::npos, shorter, i, std::wstring::npos) == 0;
+}
+
+const wchar_t* NearMiss(const std::wstring& name, const std::vector<const wchar_t*>& known, bool& caseOnly) {
+    for (const wchar_t* candidate : known) {
+        if (name == candidate) return nullptr;
+    }
+    for (const wchar_t* candidate : known) {
+        if (SameIgnoringCase(name, candidate)) {
+            caseOnly = true;
+            return candidate;
+        }
+    }
+    // Very short names are one edit from too much.
+    if (name.size() < 4) return nullptr;
+    for (const wchar_t* candidate : known) {
+        if (WithinOneEdit(name, candidate)) {
+            caseOnly = false;
+            return candidate;
+        }
+    }
+    return nullptr;
+}
+
+std::optional<bool> PersonReads(const std::wstring& text) {
+    std::wstring word = Lower(text);
+    word.erase(0, word.find_first_not_of(L" \t"));
+    word.erase(word.find_last_not_of(L" \t") + 1);
+    for (const wchar_t* on : {L"1", L"true", L"yes", L"y", L"on", L"enabled", L"enable"})
+        if (word == on) return true;
+    for (const wchar_t* off : {L"0", L"false", L"no", L"n", L"off", L"disabled", L"disable"})
+        if (word == off) return false;
+    if (!word.empty() && word.find_first_not_of(L"+-0123456789") == std::wstring::npos)
+        return grs::LeadingInteger(grs::WideToUtf8(word)) != 0;
+    return std::nullopt;
+}
+
+std::string FormatUtc(long long milliseconds) {
+    // Days since 1970-01-01 to a civil date (proleptic Gregorian calendar).
+    long long seconds = milliseconds / 1000;
+    if (milliseconds % 1000 < 0) --seconds;
+    long long days = seconds / 86400;
+    long long rest = seconds % 86400;
+    if (rest < 0) {
+        rest += 86400;
+        --days;
+    }
+    days += 719468;
+    const long long era = (days >= 0 ? days : days - 146096) / 146097;
+    const long long dayOfEra = days - era * 146097;
+    const long long yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    const long long dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const long long shifted = (5 * dayOfYear + 2) / 153;
+    const long long day = dayOfYear - (153 * shifted + 2) / 5 + 1;
+    const long long month = shifted < 10 ? shifted + 3 : shifted - 9;
+    const long long year = yearOfEra + era * 400 + (month <= 2 ? 1 : 0);
+    char text[64];
+    std::snprintf(text, sizeof text, "%04lld-%02lld-%02lld %02lld:%02lld:%02lld UTC", year, month, day, rest / 3600,
+                  rest / 60 % 60, rest % 60);
+    return text;
+}
+
+std::vector<Finding> Inspect(const Snapshot& snapshot, const Context& context) {
+    std::vector<Finding> all;
+    const auto append = [&all](std::vector<Finding> findings) {
+        all.insert(all.end(), std::make_move_iterator(findings.begin()), std::make_move_iterator(findings.end()));
+    };
+    if (!snapshot.appDataIsFolder) {
+        Findings folder(kAreaSetting);
+        folder.Add("[folder]", Severity::Problem,
+                   "no folder at " + Shown(snapshot.appData) + ": give the user's app-data folder");
+        append(folder.Take());
+    } else {
+        append(InspectSettingIni(snapshot.setting, snapshot.appDataNames));
+        append(InspectSyncSettingIni(snapshot.syncSetting, snapshot.appDataNames, context.user));
+    }
+    std::wstring autoStart;
+    const bool known = ReadAutoStart(snapshot.setting, autoStart);
+    append(InspectStartWithWindows(snapshot.run, known ? &autoStart : nullptr, snapshot.exeDir, context.fileExists));
+    append(InspectServerConfig(snapshot, context));
+    append(InspectRouteCache(snapshot, context));
+    return all;
+}
+
+namespace {
+
+struct Tally {
+    size_t counts[4] = {};
+    std::string line;  // counts, then the keys of the problems and of the warnings
+};
+
+Tally Summarise(const std::vector<Finding>& findings) {
+    Tally tally;
+    for (const Finding& finding : findings) ++tally.counts[static_cast<int>(finding.severity)];
+    const size_t problems = tally.counts[static_cast<int>(Severity::Problem)];
+    const size_t warnings = tally.counts[static_cast<int>(Severity::Warning)];
+    tally.line = Counted(problems, "problem", "problems") + ", " + Counted(warnings, "warning", "warnings");
+    std::string keys;
+    for (Severity severity : {Severity::Problem, Severity::Warning}) {
+        for (const Finding& finding : findings) {
+            if (finding.severity != severity) continue;
+            keys += (keys.empty() ? ": " : "; ") + finding.area + " " + finding.key;
+        }
+    }
+    tally.line += keys.empty() ? ": nothing wrong found" : keys;
+    return tally;
+}
+
+}  // namespace
+
+std::string RenderJson(const Report& report) {
+    Json::Value root(Json::objectValue);
+    Json::Value& inspected = root["inspected"];
+    inspected["appData"] = Utf8(report.snapshot.appData);
+    inspected["exeDir"] = Utf8(report.snapshot.exeDir);
+    inspected["routeCache"] = Utf8(report.snapshot.routeCachePath);
+    inspected["runKey"] = Utf8(report.snapshot.runKey);
+    inspected["country"] = Utf8(report.context.country);
+    inspected["user"] = Utf8(report.context.user);
+    inspected["at"] = FormatUtc(report.context.nowMs);
+    Json::Value& findings = root["findings"] = Json::Value(Json::arrayValue);
+    for (const Finding& finding : report.findings) {
+        Json::Value item(Json::objectValue);
+        item["area"] = finding.area;
+        item["key"] = finding.key;
+        item["severity"] = SeverityName(finding.severity);
+        item["message"] = finding.message;
+        findings.append(item);
+    }
+    const Tally tally = Summarise(report.findings);
+    Json::Value& summary = root["summary"];
+    summary["problems"] = static_cast<Json::UInt64>(tally.counts[static_cast<int>(Severity::Problem)]);
+    summary["warnings"] = static_cast<Json::UInt64>(tally.counts[static_cast<int>(Severity::Warning)]);
+    summary["notes"] = static_cast<Json::UInt64>(tally.counts[static_cast<int>(Severity::Note)]);
+    summary["ok"] = static_cast<Json::UInt64>(tally.counts[static_cast<int>(Severity::Ok)]);
+    summary["line"] = tally.line;
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "  ";
+    builder["emitUTF8"] = true;
+    return Json::writeString(builder, root) + "\n";
+}
+
+std::string RenderText(const Report& report) {
+    const auto shownOrNone = [](const std::wstring& text) { return text.empty() ? std::string("-") : Utf8(text); };
+    std::string text =
+        "Inspection of " + Utf8(report.snapshot.appData) + " (read-only, " + FormatUtc(report.context.nowMs) + ")\n";
+    text += "  install folder " + shownOrNone(report.snapshot.exeDir) + ", country " + Utf8(report.context.country) +
+            ", user " + shownOrNone(report.context.user) + "\n";
+    text += "  route cache " + shownOrNone(report.snapshot.routeCachePath) + "\n";
+    text += "  Run value under HKEY_CURRENT_USER\\" + Utf8(report.snapshot.runKey) + "\n";
+    std::string area;
+    for (const Finding& finding : report.findings) {
+        if (finding.area != area) {
+            area = finding.area;
+            text += "\n" + area + "\n";
+        }
+        char head[64];
+        std::snprintf(head, sizeof head, "  %-8s ", SeverityName(finding.severity));
+        std::string key = finding.key;
+        if (key.size() < 26) key.resize(26, ' ');
+        text += head + key + " " + finding.message + "\n";
+    }
+    const Tally tally = Summarise(report.findings);
+    text += "\nSummary: " + Counted(tally.counts[static_cast<int>(Severity::Problem)], "problem", "problems") + ", " +
+            Counted(tally.counts[static_cast<int>(Severity::Warning)], "warning", "warnings") + " (" +
+            Counted(tally.counts[static_cast<int>(Severity::Note)], "note", "notes") + ", " +
+            std::to_string(tally.counts[static_cast<int>(Severity::Ok)]) + " ok)\n";
+    for (Severity severity : {Severity::Problem, Severity::Warning}) {
+        for (const Finding& finding : report.findings) {
+            if (finding.severity != severity) continue;
+            char head[64];
+            std::snprintf(head, sizeof head, "  %-8s ", SeverityName(finding.severity));
+            text += head + finding.area + " " + finding.key + ": " + finding.message + "\n";
+        }
+    }
+    return text;
+}
+
+}  // namespace host::inspect

@@ -1,0 +1,168 @@
+// The server address files beside the client executable: which exist, which
+// one the country chooses, whether it parses and what its region lacks.
+#include <algorithm>
+
+#include "host/InspectDetail.h"
+#include "serverconfig/RegionJson.h"
+#include "serverconfig/ServerRegion.h"
+
+namespace host::inspect {
+
+namespace {
+
+// ServerConfigHelper reads the file whole into a buffer of this size.
+constexpr unsigned long long kServerFileMaxBytes = 1048576;
+
+const grs::ServerRegion kRegions[] = {grs::ServerRegion::Default, grs::ServerRegion::Asia, grs::ServerRegion::Europe,
+                                      grs::ServerRegion::Russia};
+
+// One file. The test variant matters only to test builds, so what is wrong
+// with it counts one step milder.
+void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const std::string& member, bool testVariant,
+                     Findings& findings) {
+    const auto severe = [testVariant](Severity severity) {
+        return testVariant && severity == Severity::Problem ? Severity::Warning : severity;
+    };
+    if (!file.exists) {
+        if (testVariant) {
+            findings.Add(name, Severity::Note, "absent: test builds of the client would find no server addresses");
+        } else {
+            findings.Add(name, Severity::Problem,
+                         "missing: the client starts without local addresses, routing servers included, so only a "
+                         "fresh route cache can serve it");
+        }
+        return;
+    }
+    if (file.isFolder) {
+        findings.Add(name, severe(Severity::Problem), "a folder, not a file: nothing is loaded");
+        return;
+    }
+    if (file.tooLarge || file.size > kServerFileMaxBytes) {
+        findings.Add(name, severe(Severity::Problem),
+                     std::to_string(file.size) + " bytes: over 1 MiB, which the library refuses to read");
+        return;
+    }
+    if (!file.readable) {
+        findings.Add(name, severe(Severity::Warning), "found but not readable (locked by another program?)");
+        return;
+    }
+    if (file.bytes.empty()) {
+        findings.Add(name, severe(Severity::Problem), "empty: nothing is loaded");
+        return;
+    }
+    const grs::RegionScan scan = grs::ScanRegion(file.bytes, member);
+    if (scan.syntaxError) {
+        const grs::ParseErrorPlace place = grs::DescribeParseError(file.bytes, scan.errorOffset, scan.errorCode);
+        findings.Add(name, severe(Severity::Problem),
+                     "not JSON at byte " + std::to_string(scan.errorOffset) + " (line " + std::to_string(place.line) +
+                         ", column " + std::to_string(place.column) + "): " + place.message + " Nothing is loaded.");
+        return;
+    }
+    if (!scan.found) {
+        findings.Add(name, severe(Severity::Problem), "no \"" + member + "\" object: nothing is loaded");
+        return;
+    }
+    if (scan.nonStringValue) {
+        findings.Add(name, severe(Severity::Problem),
+                     "\"" + member + "\" holds a value that is not a string: the library refuses the whole region");
+        return;
+    }
+    findings.Add(name, Severity::Ok,
+                 std::to_string(file.size) + " bytes; region \"" + member + "\" holds " +
+                     Counted(scan.servers.size(), "key", "keys"));
+
+    std::vector<std::wstring> lacking;
+    std::vector<std::wstring> empty;
+    std::vector<const wchar_t*> known;
+    for (const auto& service : grs::ServiceKeys()) {
+        known.push_back(service.second.c_str());
+        const auto found = scan.servers.find(service.second);
+        if (found == scan.servers.end()) {
+            lacking.push_back(service.second);
+        } else if (found->second.empty()) {
+            empty.push_back(service.second);
+        }
+    }
+    // Without "zrv" the first routing server of every request is unknown.
+    const auto withPrimary = [](const std::vector<std::wstring>& keys) {
+        return std::find(keys.begin(), keys.end(), L"zrv") != keys.end() ? Severity::Problem : Severity::Warning;
+    };
+    if (!lacking.empty()) {
+        findings.Add(name, severe(withPrimary(lacking)),
+                     "region \"" + member + "\" lacks " + std::to_string(lacking.size()) + " of the " +
+                         std::to_string(known.size()) +
+                         " service keys, stored as empty addresses: " + NameList(lacking));
+    }
+    if (!empty.empty()) {
+        findings.Add(name, severe(withPrimary(empty)),
+                     "region \"" + member + "\" holds empty addresses for " + NameList(empty));
+    }
+    std::vector<std::wstring> unknown;
+    for (const auto& server : scan.servers) {
+        bool caseOnly = false;
+        const wchar_t* nearKey = NearMiss(server.first, known, caseOnly);
+        if (nearKey != nullptr) {
+            findings.Add(name, severe(Severity::Warning),
+                         "key " + Shown(server.first) + " is " + (caseOnly ? "spelt otherwise than" : "one edit from") +
+                             " \"" + Utf8(nearKey) + "\": not read, the service keys are exact");
+            continue;
+        }
+        bool isKnown = false;
+        for (const wchar_t* key : known) isKnown = isKnown || server.first == key;
+        if (!isKnown) unknown.push_back(server.first);
+    }
+    if (!unknown.empty()) {
+        findings.Add(name, Severity::Note, "keys that are not service keys (not read): " + NameList(unknown));
+    }
+}
+
+}  // namespace
+
+std::vector<Finding> InspectServerConfig(const Snapshot& snapshot, const Context& context) {
+    Findings findings(kAreaServerConfig);
+    if (snapshot.exeDir.empty()) {
+        findings.Add("[exe dir]", Severity::Note, "not inspected: give --exe-dir, the folder of the client executable");
+        return findings.Take();
+    }
+    if (!snapshot.exeDirIsFolder) {
+        findings.Add("[exe dir]", snapshot.exeDirGiven ? Severity::Problem : Severity::Warning,
+                     "no folder at " + Shown(snapshot.exeDir));
+        return findings.Take();
+    }
+    const std::string from =
+        snapshot.exeDirGiven ? std::string() : " (the folder of the executable the Run value names)";
+    std::vector<std::wstring> present;
+    for (grs::ServerRegion region : kRegions) {
+        for (bool test : {false, true}) {
+            const std::wstring name = grs::ServerConfigFileName(region, test);
+            const auto file = snapshot.serverFiles.find(name);
+            if (file != snapshot.serverFiles.end() && file->second.exists) present.push_back(name);
+        }
+    }
+    findings.Add("[files]", present.empty() ? Severity::Note : Severity::Ok,
+                 (present.empty() ? std::string("none of the eight server address files") : NameList(present)) +
+                     " in " + Shown(snapshot.exeDir) + from);
+
+    const grs::ServerRegion region = grs::ChooseServerRegion(context.country, context.asia, context.europe);
+    const std::string member = grs::ServerRegionMember(region);
+    const std::wstring normal = grs::ServerConfigFileName(region, /*isTest=*/false);
+    const std::wstring test = grs::ServerConfigFileName(region, /*isTest=*/true);
+    if (context.country.find_first_of(L"abcdefghijklmnopqrstuvwxyz") != std::wstring::npos) {
+        findings.Add("[region]", Severity::Note,
+                     "country " + Shown(context.country) +
+                         " holds lower-case letters: country codes are compared exactly, so it matches no set "
+                         "written in capitals");
+    }
+    findings.Add("[region]", Severity::Ok,
+                 "country " + Shown(context.country) + " uses region \"" + member + "\": " + Shown(normal) +
+                     ", in test builds " + Shown(test));
+    for (bool testVariant : {false, true}) {
+        const std::wstring& name = testVariant ? test : normal;
+        const auto found = snapshot.serverFiles.find(name);
+        CheckServerFile(name, found == snapshot.serverFiles.end() ? FileSnapshot() : found->second, member, testVariant,
+                        findings);
+    }
+    return findings.Take();
+}
+
+}  // namespace host::inspect

@@ -1,0 +1,289 @@
+// Inspecting a profile: prepared profiles held in memory, judged by the pure
+// checks and read back through the JSON report.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+#include <json/json.h>
+
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <tuple>
+
+#include "core/HashUtil.h"
+#include "core/TextUtil.h"
+#include "host/Inspect.h"
+#include "host/InspectDetail.h"
+#include "route/RouteDetail.h"
+#include "serverconfig/ServerRegion.h"
+
+namespace {
+
+using namespace host::inspect;
+
+constexpr long long kNow = 1700000000000;  // 2023-11-14 22:13:20 UTC
+const std::wstring kInstall = L"C:\\Program Files\\Qirent";
+const std::wstring kClient = kInstall + L"\\client.exe";
+
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+    const size_t at = text.find(from);
+    if (at != std::string::npos) text.replace(at, from.size(), to);
+    return text;
+}
+
+FileSnapshot File(const std::string& bytes, unsigned long attributes = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM) {
+    FileSnapshot file;
+    file.exists = file.readable = true;
+    file.attributes = attributes;
+    file.bytes = bytes;
+    file.size = bytes.size();
+    return file;
+}
+
+const std::string kSetting =
+    "[Setting]\r\nCheckTime=\r\nDiscreteTime=1440\r\nDmpUploadUrl=https://dmp.example\r\nErrorLimitingTime=\r\n"
+    "InstallLanguage=en-US\r\nIsAutoCheckUpdate=1\r\nIsAutoStartUp=1\r\nIsFirstStartUp=false\r\nIsGuidRun=0\r\n"
+    "IsJoinUserExperiencePlan=1\r\nIsOpenSyncGuide=0\r\nLanguage=en-US\r\nLogPingUrl=https://ping.example\r\n"
+    "NoticeCreateLink=1\r\nNoticeOMVersion=0\r\nPlatform=x64\r\nSapceOMVersion=0\r\nShowTabBar=0\r\n"
+    "Version=17.0.0.300\r\n";
+
+std::string SyncSetting() {
+    const std::string root = "C:\\Users\\u\\Cloud\\Cache\\" + grs::Sha256Hex("user-1");
+    std::string text = "[SyncSetting]\n";
+    for (const char* key :
+         {"ServerUrl", "FamilyShareUrl", "NspUrl", "HelpAndServiceUrl", "UserinformationUrl", "ConfigBasic",
+          "BusinessUrl", "BaseUri", "UBAUri", "BasicUrl", "OpenSource", "Portal", "OmCdnUrl", "OmCdnByPassUrl"})
+        text += std::string(key) + "=https://" + key + ".example\n";
+    return text + "MacAddressEncrypt=SYNCuuid-1\ndeviceUUid=uuid-1\nPcVersion=17.0.0.300\nPCModel=PC\n" +
+           "ThumbnailRootFolder=" + root + "\\SyncThumbnailFile\\\nLcdThumbnailRootFolder=" + root +
+           "\\LcdSyncThumbnailFile\\\nCatchFolder=" + root + "\n";
+}
+
+std::string ServerFile(const std::set<std::wstring>& without = {}) {
+    std::string json = "{\"cn\": {";
+    for (const auto& service : grs::ServiceKeys()) {
+        if (without.count(service.second)) continue;
+        json += (json.back() == '{' ? "\"" : ", \"") + grs::WideToUtf8(service.second) + "\": \"https://" +
+                grs::WideToUtf8(service.second) + ".example\"";
+    }
+    return json + "}}";
+}
+
+std::string RouteCache(const std::string& country, long long obtained) {
+    std::string services = "\"com.qirent.cloud.pc\":{\"portal\":\"https://portal.pc.example\"},\"default\":{";
+    for (const std::wstring& key : grs::route::RouteSetterKeys())
+        services += (services.back() == '{' ? "\"" : ",\"") + grs::WideToUtf8(key) + "\":\"https://r.example\"";
+    return "{\"countryCode\":\"" + country + "\",\"currentTime\":\"" + std::to_string(obtained) +
+           "\",\"effectivePeriod\":\"86400\",\"isSuccess\":1,\"services\":{" + services + "}}}";
+}
+
+// A profile after a good start, signed in as "user-1" in CN, starting with
+// Windows from the install folder.
+struct Profile {
+    Snapshot snapshot;
+    Context context;
+    std::set<std::wstring> existing = {kClient};
+
+    Profile() {
+        snapshot.appData = L"C:\\Users\\u\\AppData\\Local\\Qirent";
+        snapshot.appDataIsFolder = true;
+        snapshot.setting = File(kSetting);
+        snapshot.syncSetting = File(SyncSetting());
+        snapshot.appDataNames = {L"Setting.ini", L"SyncSetting.ini"};
+        snapshot.run.present = true;
+        snapshot.run.type = REG_SZ;
+        snapshot.run.data = L"\"" + kClient + L"\" /background";
+        snapshot.exeDir = kInstall;
+        snapshot.exeDirGiven = snapshot.exeDirIsFolder = true;
+        snapshot.serverFiles[L"ServerConfig"] = File(ServerFile(), FILE_ATTRIBUTE_NORMAL);
+        snapshot.routeCachePath = L"C:\\route.json";
+        snapshot.routeCacheGiven = true;
+        snapshot.routeCache = File(RouteCache("CN", kNow - 60000), FILE_ATTRIBUTE_NORMAL);
+        context.country = L"CN";
+        context.user = L"user-1";
+        context.nowMs = kNow;
+        context.asia = {L"SG", L"JP"};
+        context.europe = {L"DE", L"FR"};
+        context.packageName = L"com.qirent.cloud.pc";
+    }
+};
+
+struct Expected {
+    std::string area, key, severity, messagePart;
+};
+
+// The findings read back from the JSON report.
+Json::Value JsonFindings(Profile& profile) {
+    profile.context.fileExists = [&profile](const std::wstring& path) { return profile.existing.count(path) != 0; };
+    Report report{profile.snapshot, profile.context, {}};
+    report.findings = Inspect(profile.snapshot, profile.context);
+    const std::string text = RenderJson(report);
+    Json::Value root;
+    std::string errors;
+    std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+    EXPECT_TRUE(reader->parse(text.data(), text.data() + text.size(), &root, &errors)) << errors;
+    return root;
+}
+
+TEST(Inspect, PreparedProfilesGiveTheirFindings) {
+    const struct Row {
+        const char* name;
+        std::function<void(Profile&)> prepare;
+        // Exactly the warnings and problems; notes and ok findings listed here must be there too.
+        std::vector<Expected> expected;
+    } rows[] = {
+        {"clean", [](Profile&) {}, {{"ServerConfig", "ServerConfigTest", "note", "absent"}}},
+        {"misspelled and empty keys",
+         [](Profile& p) {
+             p.snapshot.setting = File(Replaced(Replaced(kSetting, "SapceOMVersion=0", "SpaceOMVersion=0"),
+                                                "Language=en-US\r\nLog", "Language=\r\nLog"));
+         },
+         {{"Setting.ini", "SpaceOMVersion", "problem", "one edit from \"SapceOMVersion\""},
+          {"Setting.ini", "SapceOMVersion", "note", "missing"},
+          {"Setting.ini", "Language", "note", "empty: the next start writes"}}},
+        {"values read otherwise than they look",
+         [](Profile& p) {
+             std::string text = Replaced(kSetting, "IsAutoCheckUpdate=1", "IsAutoCheckUpdate=yes");
+             text = Replaced(text, "IsJoinUserExperiencePlan=1", "IsJoinUserExperiencePlan=true");
+             text = Replaced(text, "IsAutoStartUp=1", "IsAutoStartUp=true");
+             text = Replaced(text, "NoticeCreateLink=1", "noticecreatelink=false");
+             p.snapshot.setting = File(text);
+         },
+         {{"Setting.ini", "IsAutoCheckUpdate", "warning", "reads as off"},
+          {"Setting.ini", "IsJoinUserExperiencePlan", "note", "reads as not joined"},
+          {"Setting.ini", "IsAutoStartUp", "problem", "removes the Run value"},
+          {"Setting.ini", "NoticeCreateLink", "warning", "reads as settled"},
+          {"Setting.ini", "noticecreatelink", "warning", "letter case"},
+          {"StartWithWindows", "IsAutoStartUp", "warning", "the next start removes it"}}},
+        {"hidden attribute missing",
+         [](Profile& p) { p.snapshot.setting.attributes = FILE_ATTRIBUTE_SYSTEM; },
+         {{"Setting.ini", "[attributes]", "warning", "system but not hidden"}}},
+        {"repeats, lines not kept and a stray file",
+         [](Profile& p) {
+             p.snapshot.syncSetting = File(SyncSetting() + "garbage\nPortal=https://other.example\n[SyncSetting]\n");
+             p.snapshot.appDataNames.push_back(L"SyncSetting.ini~12-3.tmp");
+         },
+         {{"SyncSetting.ini", "[line 23]", "warning", "\"garbage\""},
+          {"SyncSetting.ini", "Portal", "warning",
+           "lines 13, 24: this library reads the last (\"https://other.example\")"},
+          {"SyncSetting.ini", "[SyncSetting]", "warning", "lines 1, 25"},
+          {"SyncSetting.ini", "SyncSetting.ini~12-3.tmp", "warning", "temporary"}}},
+        {"cache folder of another user",
+         [](Profile& p) { p.context.user = L"user-2"; },
+         {{"SyncSetting.ini", "CatchFolder", "warning", "another user"}}},
+        {"Run value unquoted",
+         [](Profile& p) { p.snapshot.run.data = kClient + L" /background"; },
+         {{"StartWithWindows", "QIRENT Cloud", "warning", "Windows tries \"C:\\Program\" first"}}},
+        {"Run value naming a missing executable after a move",
+         [](Profile& p) { p.snapshot.run.data = L"\"D:\\Old\\client.exe\" /background"; },
+         {{"StartWithWindows", "QIRENT Cloud", "problem", "does not exist"},
+          {"StartWithWindows", "QIRENT Cloud", "warning", "not in the install folder"}}},
+        {"Run value of 129 characters",
+         [](Profile& p) {
+             // The quotes, "C:\", "\c.exe" and " /background" take 23 characters.
+             const std::wstring folder = L"C:\\" + std::wstring(129 - 23, L'x');
+             p.snapshot.run.data = L"\"" + folder + L"\\c.exe\" /background";
+             p.existing.insert(folder + L"\\c.exe");
+             p.snapshot.exeDir = folder;
+         },
+         {{"StartWithWindows", "QIRENT Cloud", "ok", "129 characters"}}},
+        {"Run value of 130 characters while the settings say off",
+         [](Profile& p) {
+             const std::wstring folder = L"C:\\" + std::wstring(130 - 23, L'x');
+             p.snapshot.run.data = L"\"" + folder + L"\\c.exe\" /background";
+             p.existing.insert(folder + L"\\c.exe");
+             p.snapshot.exeDir = folder;
+             p.snapshot.setting = File(Replaced(kSetting, "IsAutoStartUp=1", "IsAutoStartUp=0"));
+         },
+         {{"StartWithWindows", "QIRENT Cloud", "problem", "130 or more"}}},
+        {"broken server file",
+         [](Profile& p) {
+             p.snapshot.serverFiles[L"ServerConfig"] = File("{\"cn\": {\"zrv\": \"a\",\n  }}", FILE_ATTRIBUTE_NORMAL);
+         },
+         {{"ServerConfig", "ServerConfig", "problem", "(line 2, column 3)"}}},
+        {"server file lacking keys, for a European user",
+         [](Profile& p) {
+             p.context.country = L"DE";
+             p.snapshot.serverFiles[L"ServerConfigDR3"] =
+                 File(Replaced(ServerFile({L"zrv", L"netping"}), "\"cn\"", "\"dr3\"") + "\n", FILE_ATTRIBUTE_NORMAL);
+             p.snapshot.routeCache = File(RouteCache("DE", kNow - 60000), FILE_ATTRIBUTE_NORMAL);
+         },
+         {{"ServerConfig", "ServerConfigDR3", "problem",
+           "lacks 2 of the 46 service keys, stored as empty addresses: "
+           "zrv, netping"},
+          {"ServerConfig", "[region]", "ok", "region \"dr3\""}}},
+        {"stale route cache of another country",
+         [](Profile& p) { p.snapshot.routeCache = File(RouteCache("DE", kNow - 86400001), FILE_ATTRIBUTE_NORMAL); },
+         {{"RouteCache", "[freshness]", "warning", "recorded for \"DE\", the user is in \"CN\" (stale since"}}},
+        {"stale route cache of the user's country",
+         [](Profile& p) { p.context.nowMs = kNow + 86400000; },
+         {{"RouteCache", "[freshness]", "note", "stale since 2023-11-15 22:12:20 UTC"}}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        Profile profile;
+        row.prepare(profile);
+        const Json::Value report = JsonFindings(profile);
+        std::multiset<std::tuple<std::string, std::string, std::string>> severe;
+        for (const Json::Value& finding : report["findings"]) {
+            const std::string severity = finding["severity"].asString();
+            if (severity == "warning" || severity == "problem")
+                severe.insert({finding["area"].asString(), finding["key"].asString(), severity});
+        }
+        std::multiset<std::tuple<std::string, std::string, std::string>> expectedSevere;
+        for (const Expected& expected : row.expected) {
+            if (expected.severity == "warning" || expected.severity == "problem")
+                expectedSevere.insert({expected.area, expected.key, expected.severity});
+            bool found = false;
+            for (const Json::Value& finding : report["findings"])
+                found = found ||
+                        (finding["area"].asString() == expected.area && finding["key"].asString() == expected.key &&
+                         finding["severity"].asString() == expected.severity &&
+                         finding["message"].asString().find(expected.messagePart) != std::string::npos);
+            EXPECT_TRUE(found) << expected.area << " " << expected.key << " " << expected.severity << ": "
+                               << expected.messagePart;
+        }
+        EXPECT_EQ(severe, expectedSevere);
+        EXPECT_EQ(report["summary"]["problems"].asUInt() + report["summary"]["warnings"].asUInt(),
+                  expectedSevere.size());
+    }
+}
+
+TEST(Inspect, NearlyRightNamesAndRunCommands) {
+    const struct {
+        std::wstring a, b;
+        bool oneEdit;
+    } names[] = {{L"SpaceOMVersion", L"SapceOMVersion", true},
+                 {L"IsAutoStartup", L"IsAutoStartUp", true},
+                 {L"IsAutoStartUpp", L"IsAutoStartUp", true},
+                 {L"IsAutoStrtUp", L"IsAutoStartUp", true},
+                 {L"IsAutoStratUp", L"IsAutoStartUp", true},
+                 {L"Version", L"VersionType", false},
+                 {L"ab", L"ba", true},
+                 {L"abc", L"cab", false}};
+    for (const auto& name : names) EXPECT_EQ(WithinOneEdit(name.a, name.b), name.oneEdit) << grs::WideToUtf8(name.a);
+
+    const struct {
+        std::wstring command, executable, arguments;
+        bool quoted;
+    } commands[] = {
+        {L"\"C:\\A B\\c.exe\" /background", L"C:\\A B\\c.exe", L"/background", true},
+        {L"C:\\A B\\c.exe /background", L"C:\\A B\\c.exe", L"/background", false},
+        {L"C:\\A\\c.EXE", L"C:\\A\\c.EXE", L"", false},
+        {L"C:\\A\\run /x", L"C:\\A\\run", L"/x", false},
+        {L"\"C:\\A\\c.exe /background", L"", L"", true},
+    };
+    for (const auto& c : commands) {
+        bool quoted = false;
+        std::wstring arguments;
+        EXPECT_EQ(RunCommandExecutable(c.command, quoted, arguments), c.executable) << grs::WideToUtf8(c.command);
+        EXPECT_EQ(arguments, c.arguments) << grs::WideToUtf8(c.command);
+        EXPECT_EQ(quoted, c.quoted) << grs::WideToUtf8(c.command);
+    }
+    EXPECT_EQ(FormatUtc(0), "1970-01-01 00:00:00 UTC");
+    EXPECT_EQ(FormatUtc(951782400000), "2000-02-29 00:00:00 UTC");
+    EXPECT_EQ(FormatUtc(-1), "1969-12-31 23:59:59 UTC");
+}
+
+}  // namespace

@@ -12,6 +12,12 @@ using grs::settings::kSettingSection;
 
 namespace {
 
+// The tags of this file's operations, in log lines and at their exception edge.
+constexpr char kGetSettings[] = "ClientInitialize::GetSettings";
+constexpr char kWriteSettingFile[] = "ClientInitialize::WriteSettingFile";
+constexpr char kCreateSettingFile[] = "ClientInitialize::CreateSettingFile";
+constexpr char kUpdateSettings[] = "ClientInitialize::UpdateSettings";
+
 // The client version this library was built for; the property record always
 // carries it, whatever an older "Setting.ini" says.
 constexpr char kClientVersion[] = "17.0.0.300";
@@ -24,11 +30,10 @@ std::wstring Read(CIniFileW& ini, const wchar_t* key) {
 // line with each other. The file decides, except when it says nothing: then
 // the registration does.
 void ReconcileAutoStart(CIniFileW& ini, st_UserPropertiesShow& show, const std::wstring& autoStart) {
-    constexpr char kTag[] = "ClientInitialize::GetSettings";
     using grs::settings::AutoStartCase;
     using grs::settings::RunRegistration;
     const AutoStartCase which = grs::settings::PlanAutoStart(autoStart, false).which;
-    grs::log::Info(__LINE__, kTag,
+    grs::log::Info(__LINE__, kGetSettings,
                    which == AutoStartCase::Empty ? L"isAutoStartUp == empty"
                    : which == AutoStartCase::On  ? L"isAutoStartUp == 1"
                                                  : L"isAutoStartUp != 1");
@@ -53,19 +58,17 @@ std::wstring ClientInitialize::GetProgramBits() {
 }
 
 void ClientInitialize::WriteSettingFile(CIniFileW& ini, std::wstring key, std::wstring value) {
-    grs::settings::Guarded(__LINE__, "ClientInitialize::WriteSettingFile",
-                           [&] { grs::settings::FillIfEmpty(ini, key, value); });
+    grs::settings::Guarded(__LINE__, kWriteSettingFile, [&] { grs::settings::FillIfEmpty(ini, key, value); });
 }
 
 void ClientInitialize::CreateSettingFile(std::wstring version) {
-    static constexpr char kTag[] = "ClientInitialize::CreateSettingFile";
-    grs::settings::Guarded(__LINE__, kTag, [&version] {
+    grs::settings::Guarded(__LINE__, kCreateSettingFile, [&version] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         const std::wstring path = grs::settings::SettingFilePath();
         if (path.empty()) return;
         // A missing file is created; one that exists but cannot be read is left alone.
         CIniFileW ini;
-        if (grs::settings::LoadSettingsFile(ini, path, kTag) == grs::settings::Loaded::Unreadable) return;
+        if (grs::settings::LoadSettingsFile(ini, path, kCreateSettingFile) == grs::settings::Loaded::Unreadable) return;
         grs::settings::MarkChanging(path);
 
         GlobalParamWrapper& store = grs::settings::Store();
@@ -76,7 +79,7 @@ void ClientInitialize::CreateSettingFile(std::wstring version) {
         defaults.dmpUploadUrl = store.GetDmpUploadUrl();
         defaults.logPingUrl = store.GetLogPingUrl();
         grs::settings::CompleteSettings(ini, defaults);
-        grs::log::Info(__LINE__, kTag, L"CreateSettingFile::Set IsGuidRun Value");
+        grs::log::Info(__LINE__, kCreateSettingFile, L"CreateSettingFile::Set IsGuidRun Value");
 
         ini.Save(path);
         grs::settings::MarkAtRest(path);
@@ -84,10 +87,9 @@ void ClientInitialize::CreateSettingFile(std::wstring version) {
 }
 
 void ClientInitialize::GetSettings() {
-    static constexpr char kTag[] = "ClientInitialize::GetSettings";
-    grs::settings::Guarded(__LINE__, kTag, [] {
+    grs::settings::Guarded(__LINE__, kGetSettings, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
-        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [](CIniFileW& ini) {
+        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kGetSettings, [](CIniFileW& ini) {
             using grs::settings::Outcome;
             // "Version" and "FirstStart" decide nothing here: the record's
             // version is the built-in one.
@@ -122,10 +124,9 @@ void ClientInitialize::GetSettings() {
 }
 
 void ClientInitialize::UpdateSettings() {
-    static constexpr char kTag[] = "ClientInitialize::UpdateSettings";
-    grs::settings::Guarded(__LINE__, kTag, [] {
+    grs::settings::Guarded(__LINE__, kUpdateSettings, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
-        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [](CIniFileW& ini) {
+        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kUpdateSettings, [](CIniFileW& ini) {
             using grs::settings::FieldText;
             using grs::settings::FlagText;
             using grs::settings::SetValue;

@@ -16,6 +16,14 @@ using grs::settings::kSettingSection;
 
 namespace {
 
+// The tags of this file's operations, in log lines and at their exception edge.
+constexpr char kIsFirstStartUp[] = "ClientInitialize::IsFirstStartUp";
+constexpr char kIsNeedCreateShortcut[] = "ClientInitialize::IsNeedCreateShortcut";
+constexpr char kSetCreateShortcutFlag[] = "ClientInitialize::SetCreateShortcutFlag";
+constexpr char kRegisterStartingIsOpen[] = "ClientInitialize::RegisterStartingIsOpen";
+constexpr char kGetRegisterStartingIsOpen[] = "ClientInitialize::GetRegisterStartingIsOpen";
+constexpr char kInstallUpgradeLog[] = "ClientInitialize::InstallUpgradeLog";
+
 using grs::settings::kRunKey;
 using grs::settings::kRunValue;
 using grs::settings::kRunValueReadBytes;
@@ -28,8 +36,6 @@ static_assert(kRunKeyWriteAccess == 0x2001F, "the access registering has always 
 constexpr REGSAM kRunKeyFullAccess = KEY_ALL_ACCESS;
 static_assert(kRunKeyFullAccess == 0xF003F, "the access reading has always asked for");
 constexpr size_t kCommandBufferChars = 260;
-constexpr char kRegisterTag[] = "ClientInitialize::RegisterStartingIsOpen";
-constexpr char kGetRegisterTag[] = "ClientInitialize::GetRegisterStartingIsOpen";
 
 }  // namespace
 
@@ -45,14 +51,13 @@ bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command) 
 }  // namespace grs::settings
 
 bool ClientInitialize::IsFirstStartUp() {
-    static constexpr char kTag[] = "ClientInitialize::IsFirstStartUp";
-    return grs::settings::Guarded(__LINE__, kTag, false, [] {
+    return grs::settings::Guarded(__LINE__, kIsFirstStartUp, false, [] {
         // The settings lock, although callers are told not to overlap these
         // with the locked operations: an overlap must not lose their keys.
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         std::wstring before;
         const bool found =
-            grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [&](CIniFileW& ini) {
+            grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kIsFirstStartUp, [&](CIniFileW& ini) {
                 before = ini.GetValue(kSettingSection, L"IsFirstStartUp", std::wstring());
                 grs::settings::SetValue(ini, kSettingSection, L"IsFirstStartUp", L"false");
                 return grs::settings::Outcome::Save;
@@ -62,12 +67,11 @@ bool ClientInitialize::IsFirstStartUp() {
 }
 
 bool ClientInitialize::IsNeedCreateShortcut() {
-    static constexpr char kTag[] = "ClientInitialize::IsNeedCreateShortcut";
-    return grs::settings::Guarded(__LINE__, kTag, false, [] {
+    return grs::settings::Guarded(__LINE__, kIsNeedCreateShortcut, false, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         std::wstring flag;
-        const bool found =
-            grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [&](CIniFileW& ini) {
+        const bool found = grs::settings::ChangeExistingFile(
+            grs::settings::SettingFilePath(), kIsNeedCreateShortcut, [&](CIniFileW& ini) {
                 flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring());
                 return grs::settings::Outcome::Save;  // rewritten unchanged, as the client always did
             });
@@ -76,10 +80,9 @@ bool ClientInitialize::IsNeedCreateShortcut() {
 }
 
 void ClientInitialize::SetCreateShortcutFlag() {
-    static constexpr char kTag[] = "ClientInitialize::SetCreateShortcutFlag";
-    grs::settings::Guarded(__LINE__, kTag, [] {
+    grs::settings::Guarded(__LINE__, kSetCreateShortcutFlag, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
-        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [](CIniFileW& ini) {
+        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kSetCreateShortcutFlag, [](CIniFileW& ini) {
             grs::settings::SetValue(ini, kSettingSection, L"NoticeCreateLink", L"1");
             return grs::settings::Outcome::Save;
         });
@@ -87,11 +90,11 @@ void ClientInitialize::SetCreateShortcutFlag() {
 }
 
 void ClientInitialize::RegisterStartingIsOpen(bool open) {
-    grs::settings::Guarded(__LINE__, kRegisterTag, [open] {
+    grs::settings::Guarded(__LINE__, kRegisterStartingIsOpen, [open] {
         grs::UniqueKey key;
         const LSTATUS opened = ::RegOpenKeyExW(HKEY_CURRENT_USER, kRunKey, 0, kRunKeyWriteAccess, key.put());
         if (opened != ERROR_SUCCESS) {
-            grs::log::Info(__LINE__, kRegisterTag,
+            grs::log::Info(__LINE__, kRegisterStartingIsOpen,
                            L"Open Reg Failed When Setting isAutoStartUp, code:" + std::to_wstring(opened));
             return;
         }
@@ -106,16 +109,17 @@ void ClientInitialize::RegisterStartingIsOpen(bool open) {
                                     static_cast<DWORD>(command.size() * sizeof(wchar_t)))
                  : ::RegDeleteValueW(key.get(), kRunValue);
         // The one line of the library logged with the logger's flag cleared.
-        grs::log::Write(grs::log::kInfo, __LINE__, kRegisterTag, command, false);
+        grs::log::Write(grs::log::kInfo, __LINE__, kRegisterStartingIsOpen, command, false);
         if (result != ERROR_SUCCESS)
-            grs::log::Info(__LINE__, kRegisterTag, L"set auto start up error, code:" + std::to_wstring(result));
+            grs::log::Info(__LINE__, kRegisterStartingIsOpen,
+                           L"set auto start up error, code:" + std::to_wstring(result));
         else
-            grs::log::Info(__LINE__, kRegisterTag, L"set auto start up success");
+            grs::log::Info(__LINE__, kRegisterStartingIsOpen, L"set auto start up success");
     });
 }
 
 bool ClientInitialize::GetRegisterStartingIsOpen() {
-    return grs::settings::Guarded(__LINE__, kGetRegisterTag, false, [] {
+    return grs::settings::Guarded(__LINE__, kGetRegisterStartingIsOpen, false, [] {
         // An open that fails leaves no key, and the read below then fails.
         grs::UniqueKey key;
         ::RegOpenKeyExW(HKEY_CURRENT_USER, kRunKey, 0, kRunKeyFullAccess, key.put());
@@ -125,7 +129,7 @@ bool ClientInitialize::GetRegisterStartingIsOpen() {
                                  : ERROR_INVALID_HANDLE;
         key.reset();
         const bool registered = read == ERROR_SUCCESS;
-        grs::log::Info(__LINE__, kGetRegisterTag,
+        grs::log::Info(__LINE__, kGetRegisterStartingIsOpen,
                        registered ? L"GetRegisterStartingIsOpen == 0" : L"GetRegisterStartingIsOpen != 0");
         return registered;
     });
@@ -145,10 +149,9 @@ void ClientInitialize::InstallUpgradeLog() {
         }
         // Deliberately not saved: the file on disk stays byte for byte as it was.
     } catch (const std::exception& e) {
-        grs::log::Error(__LINE__, "ClientInitialize::InstallUpgradeLog",
-                        std::string("[ClientInitialize::UpdateSettings] ") + e.what());
+        grs::log::Error(__LINE__, kInstallUpgradeLog, std::string("[ClientInitialize::UpdateSettings] ") + e.what());
     } catch (...) {
-        grs::log::Error(__LINE__, "ClientInitialize::InstallUpgradeLog",
+        grs::log::Error(__LINE__, kInstallUpgradeLog,
                         std::string("[ClientInitialize::UpdateSettings] Unknown exception"));
     }
 }

@@ -30,6 +30,14 @@ using grs::settings::kSyncSettingSection;
 
 namespace {
 
+// The tags of this file's operations, in log lines and at their exception edge.
+constexpr char kCreateSyncSettingFile[] = "ClientInitialize::CreateSyncSettingFile";
+constexpr char kSyncBaseUri[] = "ClientInitialize::SyncBaseUri";
+constexpr char kSavePCModel[] = "ClientInitialize::SavePCModel";
+constexpr char kSaveSyncThumbnailRootFolder[] = "ClientInitialize::SaveSyncThumbnailRootFolder";
+constexpr char kSaveSyncLcdThumbnailRootFolder[] = "ClientInitialize::SaveSyncLcdThumbnailRootFolder";
+constexpr char kGetBaseUri[] = "ClientInitialize::GetBaseUri";
+
 constexpr DWORD kBaseUriPollMs = 5000;
 constexpr char kSyncSettingSectionA[] = "SyncSetting";
 
@@ -67,9 +75,7 @@ void ChangeSyncCopy(int line, const char* tag, Change change) {
 }  // namespace
 
 void ClientInitialize::CreateSyncSettingFile() {
-    // Static: the worker started below keeps the name.
-    static constexpr char kTag[] = "ClientInitialize::CreateSyncSettingFile";
-    grs::settings::Guarded(__LINE__, kTag, [] {
+    grs::settings::Guarded(__LINE__, kCreateSyncSettingFile, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SyncSettingsLock());
         const std::wstring path = grs::settings::SyncSettingFilePath();
         if (path.empty()) return;
@@ -119,48 +125,47 @@ void ClientInitialize::CreateSyncSettingFile() {
         grs::settings::MarkAtRest(path);
 
         // The thread owns its copy of the path.
-        grs::StartWorker(__LINE__, kTag, [path] { SyncBaseUri(path); });
+        grs::StartWorker(__LINE__, kCreateSyncSettingFile, [path] { SyncBaseUri(path); });
     });
 }
 
 void ClientInitialize::SyncBaseUri(std::wstring path) {
-    constexpr char kTag[] = "ClientInitialize::SyncBaseUri";
-    grs::settings::Guarded(__LINE__, kTag, [&] {
+    grs::settings::Guarded(__LINE__, kSyncBaseUri, [&] {
         // No limit on the attempts: the address arrives whenever the client's
         // route resolution gets to it.
         std::string address;
         for (;;) {
             address = grs::WideToUtf8(grs::settings::Store().GetOperqrtServerIdUrl());
             if (grs::PathExists(path) && !address.empty()) break;
-            grs::log::Error(__LINE__, kTag, "SyncSetting.ini not exist, or reqUri is empty!" + address);
+            grs::log::Error(__LINE__, kSyncBaseUri, "SyncSetting.ini not exist, or reqUri is empty!" + address);
             ::Sleep(kBaseUriPollMs);
         }
 
         CIniFileW ini;
-        if (grs::settings::LoadSettingsFile(ini, path, kTag) == grs::settings::Loaded::Unreadable) return;
+        if (grs::settings::LoadSettingsFile(ini, path, kSyncBaseUri) == grs::settings::Loaded::Unreadable) return;
         grs::settings::MarkChanging(path);
         grs::settings::SetValue(ini, kSyncSettingSection, L"BaseUri", grs::Utf8ToWide(address));
-        if (!ini.Save(path)) grs::log::Error(__LINE__, kTag, "SyncBaseUri syncSetting file update error!");
+        if (!ini.Save(path)) grs::log::Error(__LINE__, kSyncBaseUri, "SyncBaseUri syncSetting file update error!");
         grs::settings::MarkAtRest(path);
     });
 }
 
 void ClientInitialize::SavePCModel(const std::wstring& /*model*/) {
     // The store's model wins over the argument.
-    ChangeSyncCopy(__LINE__, "ClientInitialize::SavePCModel", [](CIniFileW& ini) {
+    ChangeSyncCopy(__LINE__, kSavePCModel, [](CIniFileW& ini) {
         grs::settings::SetValue(ini, kSyncSettingSection, L"PCModel", grs::settings::Store().GetPCModel());
     });
 }
 
 void ClientInitialize::SaveSyncThumbnailRootFolder(const std::wstring& folder) {
-    ChangeSyncCopy(__LINE__, "ClientInitialize::SaveSyncThumbnailRootFolder", [&folder](CIniFileW& ini) {
+    ChangeSyncCopy(__LINE__, kSaveSyncThumbnailRootFolder, [&folder](CIniFileW& ini) {
         grs::settings::SetValue(ini, kSyncSettingSection, L"ThumbnailRootFolder",
                                 grs::PathJoin(folder, L"SyncThumbnailFile"));
     });
 }
 
 void ClientInitialize::SaveSyncLcdThumbnailRootFolder(const std::wstring& folder) {
-    ChangeSyncCopy(__LINE__, "ClientInitialize::SaveSyncLcdThumbnailRootFolder", [&folder](CIniFileW& ini) {
+    ChangeSyncCopy(__LINE__, kSaveSyncLcdThumbnailRootFolder, [&folder](CIniFileW& ini) {
         grs::settings::SetValue(ini, kSyncSettingSection, L"LcdThumbnailRootFolder",
                                 grs::PathJoin(folder, L"LcdSyncThumbnailFile"));
         grs::settings::SetValue(ini, kSyncSettingSection, L"CatchFolder", folder);
@@ -170,11 +175,9 @@ void ClientInitialize::SaveSyncLcdThumbnailRootFolder(const std::wstring& folder
 void ClientInitialize::InitSyncFileTransPort() {}
 
 std::string ClientInitialize::GetBaseUri() {
-    constexpr char kTag[] = "ClientInitialize::GetBaseUri";
-    return grs::settings::Guarded(__LINE__, kTag, std::string(), [&]() -> std::string {
-        const std::wstring url =
-            grs::settings::Store().GetOperqrtServerIdUrl() + grs::kServerInfoPath;
-        grs::log::Info(__LINE__, kTag, url);
+    return grs::settings::Guarded(__LINE__, kGetBaseUri, std::string(), [&]() -> std::string {
+        const std::wstring url = grs::settings::Store().GetOperqrtServerIdUrl() + grs::kServerInfoPath;
+        grs::log::Info(__LINE__, kGetBaseUri, url);
 
         AnyBasicHttpLibStrategy strategy;
         strategy.SetUrl(grs::WideToMultiByte(url, grs::kCodePageAnsi));
@@ -189,7 +192,7 @@ std::string ClientInitialize::GetBaseUri() {
             code = context.Request(response);
         }
         if (response.empty()) {
-            grs::log::Error(__LINE__, kTag, std::to_string(code));
+            grs::log::Error(__LINE__, kGetBaseUri, std::to_string(code));
             return std::string();
         }
 
@@ -201,7 +204,7 @@ std::string ClientInitialize::GetBaseUri() {
         if (!root.isObject() || !root.isMember("serverUrl")) return std::string();
         // asString refuses arrays and objects by throwing: caught below.
         std::string serverUrl = root["serverUrl"].asString();
-        grs::log::Error(__LINE__, kTag, serverUrl);
+        grs::log::Error(__LINE__, kGetBaseUri, serverUrl);
         return serverUrl;
     });
 }

@@ -8,13 +8,20 @@
 
 using grs::settings::kSettingSection;
 
+namespace {
+
+// The tags of this file's operations, in log lines and at their exception edge.
+constexpr char kSetUpgradeInfo[] = "ClientInitialize::SetUpgradeInfo";
+constexpr char kGetUpgradeInfo[] = "ClientInitialize::GetUpgradeInfo";
+
+}  // namespace
+
 void ClientInitialize::SetUpgradeInfo(std::vector<SettingInfo> infos) {
     if (infos.empty()) return;
-    static constexpr char kTag[] = "ClientInitialize::SetUpgradeInfo";
-    grs::settings::Guarded(__LINE__, kTag, [&infos] {
+    grs::settings::Guarded(__LINE__, kSetUpgradeInfo, [&infos] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         // No file: the pairs are dropped rather than creating a partial file.
-        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kTag, [&infos](CIniFileW& ini) {
+        grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kSetUpgradeInfo, [&infos](CIniFileW& ini) {
             for (const SettingInfo& info : infos) grs::settings::SetValue(ini, kSettingSection, info.key, info.value);
             return grs::settings::Outcome::Save;
         });
@@ -23,7 +30,7 @@ void ClientInitialize::SetUpgradeInfo(std::vector<SettingInfo> infos) {
 
 std::vector<SettingInfo> ClientInitialize::GetUpgradeInfo(std::vector<std::wstring> keys) {
     if (keys.empty()) return {};
-    return grs::settings::Guarded(__LINE__, "ClientInitialize::GetUpgradeInfo", std::vector<SettingInfo>(), [&keys] {
+    return grs::settings::Guarded(__LINE__, kGetUpgradeInfo, std::vector<SettingInfo>(), [&keys] {
         std::vector<SettingInfo> result;
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         const std::wstring path = grs::settings::SettingFilePath();

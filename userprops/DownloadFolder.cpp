@@ -10,6 +10,12 @@
 
 namespace {
 
+// The tags of this file's operations, in log lines and at their exception edge.
+constexpr char kSetDefaultDownloadsPath[] = "ClientInitialize::SetDefaultDownloadsPath";
+constexpr char kSortDrive[] = "ClientInitialize::SortDrive";
+constexpr char kGetSyncCloudFolder[] = "ClientInitialize::GetSyncCloudFolder";
+constexpr char kUpdateNewDownloadPathValue[] = "ClientInitialize::UpdateNewDownloadPathValue";
+
 namespace Db = PropertyDb::MainDatabaseProvider;
 
 bool IsAbsent(const wchar_t* key) {
@@ -82,7 +88,7 @@ std::vector<st_DriveInfo> EnumerateDrives() {
 }  // namespace grs
 
 void ClientInitialize::SetDefaultDownloadsPath(st_UserPropertiesShow* properties) {
-    grs::Guarded(__LINE__, "ClientInitialize::SetDefaultDownloadsPath", [&] {
+    grs::Guarded(__LINE__, kSetDefaultDownloadsPath, [&] {
         if (properties == nullptr) return;
         grs::CopyToField(properties->NewDownLoadFolder, grs::DefaultDownloadsFolder());
     });
@@ -90,7 +96,7 @@ void ClientInitialize::SetDefaultDownloadsPath(st_UserPropertiesShow* properties
 
 void ClientInitialize::SortDrive(std::vector<st_DriveInfo>& sorted, const std::vector<st_DriveInfo>& drives,
                                  const std::wstring& systemDriveRoot) {
-    grs::Guarded(__LINE__, "ClientInitialize::SortDrive", [&] {
+    grs::Guarded(__LINE__, kSortDrive, [&] {
         // Built aside so that `sorted` may be the input itself.
         std::vector<st_DriveInfo> result;
         const st_DriveInfo* systemDrive = nullptr;
@@ -108,7 +114,7 @@ void ClientInitialize::SortDrive(std::vector<st_DriveInfo>& sorted, const std::v
 
 std::wstring ClientInitialize::GetSyncCloudFolder() {
     std::wstring result;
-    grs::Guarded(__LINE__, "ClientInitialize::GetSyncCloudFolder", [&] {
+    grs::Guarded(__LINE__, kGetSyncCloudFolder, [&] {
         const grs::DriveProbe probe{
             [](const std::wstring& root) { return grs::PathExists(root); },
             [](const std::wstring& root) { return static_cast<unsigned long>(::GetFileAttributesW(root.c_str())); }};
@@ -120,7 +126,7 @@ std::wstring ClientInitialize::GetSyncCloudFolder() {
 
 void ClientInitialize::UpdateNewDownloadPathValue(std::vector<PropertyDb::UserProperties>& properties,
                                                   st_UserPropertiesShow* show) {
-    grs::Guarded(__LINE__, "ClientInitialize::UpdateNewDownloadPathValue", [&] {
+    grs::Guarded(__LINE__, kUpdateNewDownloadPathValue, [&] {
         const std::wstring oldFolder = Db::GetUserPropertieByKey(L"DownLoadFolder");
         if (oldFolder.empty()) {
             if (IsAbsent(L"IsUseDownloadsPath")) InsertRow(properties, L"IsUseDownloadsPath", L"1");

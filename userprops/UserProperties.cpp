@@ -15,7 +15,11 @@
 
 namespace {
 
-constexpr const char* kInitialize = "ClientInitialize::InitializeUserProperties";
+// The tags of this file's operations, in log lines and at their exception edge.
+constexpr char kInitializeUserProperties[] = "ClientInitialize::InitializeUserProperties";
+constexpr char kSetUserPropertiesModel[] = "ClientInitialize::SetUserPropertiesModel";
+constexpr char kSaveUserPropertiesModel[] = "ClientInitialize::SaveUserPropertiesModel";
+constexpr char kModifyProValue[] = "ClientInitialize::ModifyProValue";
 
 using PropertyDb::MainDatabaseProvider::UpdateUserProperties;
 
@@ -53,7 +57,7 @@ bool InitializeUserPropertiesFor(bool modernWindows) {
     st_UserPropertiesShow* show = store->GetUserPropertiesShow();
     st_OtherUserProperties* other = store->GetOtherUserProperties();
     if (show == nullptr || other == nullptr) {
-        log::Error(__LINE__, kInitialize, L"user property records unavailable");
+        log::Error(__LINE__, kInitializeUserProperties, L"user property records unavailable");
         return false;
     }
 
@@ -84,12 +88,12 @@ bool InitializeUserPropertiesFor(bool modernWindows) {
             const std::wstring parent = ClientInitialize::GetSyncCloudFolder();
             if (parent.empty()) {
                 // A bare drive name would be a relative path the client cannot use.
-                log::Error(__LINE__, kInitialize, L"SyncCloudFolder :: no drive qualifies");
+                log::Error(__LINE__, kInitializeUserProperties, L"SyncCloudFolder :: no drive qualifies");
             } else {
                 const wchar_t* driveName =
                     DuiLib::CResourceManager::GetInstance()->GetText(L"IDS_MAIN_PAGE_Qirent_Drive", nullptr);
                 const std::wstring path = ToLongPath(parent + (driveName ? driveName : L""));
-                log::Info(__LINE__, kInitialize, L"SyncCloudFolder :: " + path);
+                log::Info(__LINE__, kInitializeUserProperties, L"SyncCloudFolder :: " + path);
                 if (!CopyToField(show->SyncCloudFolder, path)) return false;
             }
         }
@@ -112,7 +116,8 @@ bool InitializeUserPropertiesFor(bool modernWindows) {
 
     const bool showTabBar = show->IsSyncSwitchFirstOpen != 0 && show->IsSyncSwitchOpen;
     if (const unsigned long error = settings::WriteShowTabBar(showTabBar)) {
-        log::Error(__LINE__, kInitialize, L"TabMainWnd\uFF1ASet ShowTabBar error code " + std::to_wstring(error));
+        log::Error(__LINE__, kInitializeUserProperties,
+                   L"TabMainWnd\uFF1ASet ShowTabBar error code " + std::to_wstring(error));
     }
     return true;
 }
@@ -120,12 +125,12 @@ bool InitializeUserPropertiesFor(bool modernWindows) {
 }  // namespace grs
 
 bool ClientInitialize::InitializeUserProperties() {
-    return grs::Guarded(__LINE__, kInitialize, false,
+    return grs::Guarded(__LINE__, kInitializeUserProperties, false,
                         [] { return grs::InitializeUserPropertiesFor(grs::IsWin10Build16299OrLater()); });
 }
 
 void ClientInitialize::SetUserPropertiesModel(std::vector<PropertyDb::UserProperties>& properties) {
-    grs::Guarded(__LINE__, "ClientInitialize::SetUserPropertiesModel", [&] {
+    grs::Guarded(__LINE__, kSetUserPropertiesModel, [&] {
         GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
         st_UserPropertiesShow* show = store->GetUserPropertiesShow();
         st_OtherUserProperties* other = store->GetOtherUserProperties();
@@ -135,7 +140,7 @@ void ClientInitialize::SetUserPropertiesModel(std::vector<PropertyDb::UserProper
 }
 
 void ClientInitialize::SaveUserPropertiesModel() {
-    grs::Guarded(__LINE__, "ClientInitialize::SaveUserPropertiesModel", [] {
+    grs::Guarded(__LINE__, kSaveUserPropertiesModel, [] {
         GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
         const st_UserPropertiesShow* show = store->GetUserPropertiesShow();
         const st_OtherUserProperties* other = store->GetOtherUserProperties();
@@ -148,7 +153,7 @@ void ClientInitialize::SaveUserPropertiesModel() {
 
 void ClientInitialize::ModifyProValue(std::vector<PropertyDb::UserProperties>& properties, std::wstring key,
                                       std::wstring value) {
-    grs::Guarded(__LINE__, "ClientInitialize::ModifyProValue", [&] {
+    grs::Guarded(__LINE__, kModifyProValue, [&] {
         for (PropertyDb::UserProperties& row : properties) {
             if (row.key == key) {
                 row.value = value;

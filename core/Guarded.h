@@ -27,4 +27,15 @@ void Guarded(int line, const char* function, Body&& body) noexcept {
     }
 }
 
+// The same edge for an operation whose exception line names another
+// operation in its brackets (kept for the client's log readers).
+template <typename Body>
+void GuardedNaming(int line, const char* function, const char* namedInMessage, Body&& body) noexcept {
+    try {
+        body();
+    } catch (...) {
+        log::CurrentException(line, function, namedInMessage);
+    }
+}
+
 }  // namespace grs

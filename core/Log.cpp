@@ -28,10 +28,11 @@ void Write(int severity, int line, const char* function, const std::string& mess
     Forward(severity, line, function, message, flag);
 }
 
-void Exception(int line, const char* function, const char* what) noexcept {
+void Exception(int line, const char* function, const char* what, const char* namedInMessage) noexcept {
     try {
+        const char* named = namedInMessage ? namedInMessage : function;
         std::string message = "[";
-        message += function ? function : "";
+        message += named ? named : "";
         message += "] ";
         message += (what && *what) ? what : "Unknown exception";
         Forward(kError, line, function, message, true);
@@ -39,13 +40,13 @@ void Exception(int line, const char* function, const char* what) noexcept {
     }
 }
 
-void CurrentException(int line, const char* function) noexcept {
+void CurrentException(int line, const char* function, const char* namedInMessage) noexcept {
     try {
         throw;
     } catch (const std::exception& e) {
-        Exception(line, function, e.what());
+        Exception(line, function, e.what(), namedInMessage);
     } catch (...) {
-        Exception(line, function, nullptr);
+        Exception(line, function, nullptr, namedInMessage);
     }
 }
 

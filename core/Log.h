@@ -28,9 +28,11 @@ inline void Error(int line, const char* function, const std::string& message) no
 
 // "[Class::Operation] " followed by the exception's text, at severity 5: the
 // convention for exceptions caught at the edge of an operation.
-void Exception(int line, const char* function, const char* what) noexcept;
+// `namedInMessage`, when given, replaces the function in the bracketed name
+// (one operation logs that way: see its COMPAT note).
+void Exception(int line, const char* function, const char* what, const char* namedInMessage = nullptr) noexcept;
 
 // The same for the exception being handled; call only inside a catch block.
-void CurrentException(int line, const char* function) noexcept;
+void CurrentException(int line, const char* function, const char* namedInMessage = nullptr) noexcept;
 
 }  // namespace grs::log

@@ -136,7 +136,9 @@ bool ClientInitialize::GetRegisterStartingIsOpen() {
 }
 
 void ClientInitialize::InstallUpgradeLog() {
-    try {
+    // COMPAT: the exception line names UpdateSettings, as the client has always
+    // logged it; log readers match on it.
+    grs::GuardedNaming(__LINE__, kInstallUpgradeLog, "ClientInitialize::UpdateSettings", [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         const std::wstring path = grs::settings::SettingFilePath();
         if (!grs::PathExists(path)) return;
@@ -147,11 +149,7 @@ void ClientInitialize::InstallUpgradeLog() {
             if (!ini.GetValue(kSettingSection, key, std::wstring()).empty())
                 grs::settings::SetValue(ini, kSettingSection, key, std::wstring());
         }
-        // Deliberately not saved: the file on disk stays byte for byte as it was.
-    } catch (const std::exception& e) {
-        grs::log::Error(__LINE__, kInstallUpgradeLog, std::string("[ClientInitialize::UpdateSettings] ") + e.what());
-    } catch (...) {
-        grs::log::Error(__LINE__, kInstallUpgradeLog,
-                        std::string("[ClientInitialize::UpdateSettings] Unknown exception"));
-    }
+        // COMPAT: deliberately not saved, as the client always did: the file on
+        // disk stays byte for byte as it was.
+    });
 }

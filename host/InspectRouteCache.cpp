@@ -106,11 +106,11 @@ void CheckApplication(const st_ZRVInfo& record, const Context& context, Findings
     std::vector<std::wstring> ignored;
     for (const auto& entry : table) {
         if (grs::route::FindRouteSetter(entry.first) == nullptr) {
-            ignored.push_back(entry.first);
+            ignored.emplace_back(entry.first);
         } else if (entry.second.empty()) {
-            emptyAddress.push_back(entry.first);
+            emptyAddress.emplace_back(entry.first);
         } else {
-            set.push_back(entry.first);
+            set.emplace_back(entry.first);
         }
     }
     std::vector<std::wstring> absent;

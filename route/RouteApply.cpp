@@ -18,15 +18,19 @@ void Zorvane::ZRVInfoInitialise(bool fromCache, bool& succeeded) {
         succeeded = true;
 
         GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
-        const grs::route::RouteTable table = grs::route::FlattenRoutes(record->services, store->GetPackageName());
+        // Keys without a setter are left out at once, so the table holds at
+        // most one entry per known key. An empty address still takes its key.
+        const grs::route::RouteTable table = grs::route::FlattenRoutes(
+            record->services, store->GetPackageName(),
+            [](std::wstring_view key) { return grs::route::FindRouteSetter(key) != nullptr; });
         for (const auto& entry : table) {
             // An empty address would wipe what the server address file gave.
             if (entry.second.empty()) continue;
             const grs::route::RouteSetter* setter = grs::route::FindRouteSetter(entry.first);
-            if (setter == nullptr) continue;
-            (store->*setter->set)(entry.second);
+            const std::wstring address(entry.second);
+            (store->*setter->set)(address);
             if (setter->logPrefix != nullptr) {
-                grs::log::Info(__LINE__, kZRVInfoInitialise, setter->logPrefix + entry.second);
+                grs::log::Info(__LINE__, kZRVInfoInitialise, setter->logPrefix + address);
             }
         }
     } catch (...) {

@@ -4,6 +4,8 @@
 
 #include <exception>
 #include <limits>
+#include <map>
+#include <string_view>
 
 #include "core/Log.h"
 #include "core/TextUtil.h"
@@ -63,14 +65,19 @@ CacheFreshness JudgeRouteCache(const std::string& currentTime, const std::string
     return expiry > nowMs ? CacheFreshness::Fresh : CacheFreshness::Expired;
 }
 
-RouteTable FlattenRoutes(const ServiceGroups& groups, const std::wstring& packageName) {
+RouteTable FlattenRoutes(const ServiceGroups& groups, const std::wstring& packageName,
+                         bool (*wanted)(std::wstring_view key)) {
     RouteTable flat;
     const auto preferred = groups.find(packageName);
-    if (preferred != groups.end()) flat = preferred->second;
+    if (preferred != groups.end()) {
+        for (const auto& entry : preferred->second)
+            if (wanted == nullptr || wanted(entry.first)) flat.emplace_hint(flat.end(), entry.first, entry.second);
+    }
     for (const auto& group : groups) {
         if (group.first == packageName) continue;
-        // insert keeps the address already in the table
-        for (const auto& entry : group.second) flat.insert(entry);
+        // emplace keeps the address already in the table
+        for (const auto& entry : group.second)
+            if (wanted == nullptr || wanted(entry.first)) flat.emplace(entry.first, entry.second);
     }
     return flat;
 }
@@ -130,11 +137,15 @@ const std::vector<RouteSetter>& Setters() {
 
 }  // namespace
 
-const RouteSetter* FindRouteSetter(const std::wstring& key) {
-    for (const RouteSetter& setter : Setters()) {
-        if (key == setter.key) return &setter;
-    }
-    return nullptr;
+const RouteSetter* FindRouteSetter(std::wstring_view key) {
+    // Every route entry is looked up: by an index, not a walk of the table.
+    static const std::map<std::wstring_view, const RouteSetter*> kByKey = [] {
+        std::map<std::wstring_view, const RouteSetter*> index;
+        for (const RouteSetter& setter : Setters()) index.emplace(setter.key, &setter);
+        return index;
+    }();
+    const auto found = kByKey.find(key);
+    return found == kByKey.end() ? nullptr : found->second;
 }
 
 std::vector<std::wstring> RouteSetterKeys() {

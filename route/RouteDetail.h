@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/TextUtil.h"
@@ -18,8 +19,8 @@ namespace grs::route {
 
 // group name -> (service key -> address), as st_ZRVInfo keeps them
 using ServiceGroups = std::map<std::wstring, std::map<std::wstring, std::wstring>>;
-// service key -> address
-using RouteTable = std::map<std::wstring, std::wstring>;
+// service key -> address, both viewing the strings of the groups flattened
+using RouteTable = std::map<std::wstring_view, std::wstring_view>;
 
 using ::grs::FieldText;
 
@@ -36,6 +37,26 @@ bool JsonNestsDeeperThan(const std::string& text, size_t limit);
 // allocates the record when it is null and never throws.
 bool ReadRouteRecord(st_ZRVInfo*& record, const std::string& json);
 std::string WriteRouteRecord(const st_ZRVInfo& record);
+
+// ReadRouteRecord with jsoncpp's reader alone: what the fast reader below
+// must agree with, on every text it accepts.
+bool ReadRouteRecordWithJsoncpp(st_ZRVInfo*& record, const std::string& json);
+
+// The record's members as the text gives them (texts still UTF-8, missing
+// ones empty), groups without entries left out.
+struct RouteRecordText {
+    std::string currentTime;
+    std::string effectivePeriod;
+    std::string countryCode;
+    int isSuccess = 0;
+    ServiceGroups services;
+};
+
+// Reads text in the form WriteRouteRecord gives (and the routing server's
+// answers, which have the same shape) in one streaming pass. False, with
+// `fields` untouched, for any text it is not certain jsoncpp's reader would
+// read the same: the caller then asks jsoncpp. Never throws.
+bool ReadWrittenRouteRecord(const std::string& json, RouteRecordText& fields);
 
 // The validity period carried by a "Cache-Control" value: at most five
 // characters after its last '=', or from its start when it has none.
@@ -65,8 +86,10 @@ CacheFreshness JudgeRouteCache(const std::string& currentTime, const std::string
 
 // One table of key -> address: the preferred group (named like the package)
 // first, then the other groups in name order, an earlier address never
-// replaced by a later one.
-RouteTable FlattenRoutes(const ServiceGroups& groups, const std::wstring& packageName);
+// replaced by a later one. Only keys `wanted` accepts are kept (all when it
+// is null). It views `groups`, which must outlive it.
+RouteTable FlattenRoutes(const ServiceGroups& groups, const std::wstring& packageName,
+                         bool (*wanted)(std::wstring_view key) = nullptr);
 
 // The parameter-store setter of one service key, and the prefix of the log
 // line it writes (null: none).
@@ -77,7 +100,7 @@ struct RouteSetter {
 };
 
 // The setter for a key (exact, case-sensitive), null when the key is unknown.
-const RouteSetter* FindRouteSetter(const std::wstring& key);
+const RouteSetter* FindRouteSetter(std::wstring_view key);
 
 // Every key that has a setter, in the order keys are compared.
 std::vector<std::wstring> RouteSetterKeys();

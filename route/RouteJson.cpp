@@ -2,6 +2,9 @@
 // collaborator, no file, no clock.
 #include <json/json.h>
 
+#include <cstring>
+#include <string_view>
+
 #include "core/Log.h"
 #include "core/TextUtil.h"
 #include "route/RouteDetail.h"
@@ -13,64 +16,100 @@ namespace {
 
 constexpr char kGetDeserialize[] = "Zorvane::GetDeserialize";
 
+// A string member as UTF-16, converted in-line. Strings are read in place;
+// other types go through the library's own string conversion (an integer
+// gives its digits, an object or array throws).
+void AppendAsWide(const Json::Value& value, std::wstring& out) {
+    const char* begin = nullptr;
+    const char* end = nullptr;
+    if (value.getString(&begin, &end)) {
+        grs::AppendUtf8AsWide(begin, static_cast<size_t>(end - begin), out);
+    } else {
+        const std::string text = value.asString();
+        grs::AppendUtf8AsWide(text.data(), text.size(), out);
+    }
+}
+
+std::wstring AsWide(const Json::Value& value) {
+    std::wstring text;
+    AppendAsWide(value, text);
+    return text;
+}
+
+std::wstring NameAsWide(const Json::Value::const_iterator& member) {
+    const char* end = nullptr;
+    const char* begin = member.memberName(&end);
+    std::wstring name;
+    grs::AppendUtf8AsWide(begin, static_cast<size_t>(end - begin), name);
+    return name;
+}
+
+// Members are listed only for null and objects; anything else fails as the
+// library fails to list it (an exception with its own message).
+void RequireMembers(const Json::Value& value) {
+    if (!value.isNull() && !value.isObject()) value.getMemberNames();
+}
+
 // Reads the parsed answer into the record in the fixed order; false when a
 // time text does not fit its field (later fields then keep their values).
 bool FillRecord(st_ZRVInfo& record, const Json::Value& root) {
-    if (!grs::CopyToField(record.currentTime, grs::Utf8ToWide(root["currentTime"].asString()))) return false;
-    if (!grs::CopyToField(record.effectivePeriod, grs::Utf8ToWide(root["effectivePeriod"].asString()))) return false;
+    if (!grs::CopyToField(record.currentTime, AsWide(root["currentTime"]))) return false;
+    if (!grs::CopyToField(record.effectivePeriod, AsWide(root["effectivePeriod"]))) return false;
     record.isSuccess = root["isSuccess"].asInt();
-    record.countryCode = grs::Utf8ToWide(root["countryCode"].asString());
+    record.countryCode = AsWide(root["countryCode"]);
 
     ServiceGroups groups;
     const Json::Value& services = root["services"];
-    for (const std::string& groupName : services.getMemberNames()) {
-        const Json::Value& group = services[groupName];
+    RequireMembers(services);
+    std::wstring key, address;  // reused for every entry
+    // Members come in byte order of their names, which their UTF-16 forms
+    // nearly always keep: the end is the right hint.
+    for (auto group = services.begin(); group != services.end(); ++group) {
+        RequireMembers(*group);
         std::map<std::wstring, std::wstring> entries;
-        for (const std::string& key : group.getMemberNames()) {
-            entries.insert({grs::Utf8ToWide(key), grs::Utf8ToWide(group[key].asString())});
+        for (auto entry = group->begin(); entry != group->end(); ++entry) {
+            const char* end = nullptr;
+            const char* begin = entry.memberName(&end);
+            key.clear();
+            grs::AppendUtf8AsWide(begin, static_cast<size_t>(end - begin), key);
+            address.clear();
+            AppendAsWide(*entry, address);
+            entries.emplace_hint(entries.end(), key, address);  // an earlier equal key stays
         }
         // COMPAT: a group enters the record with its first entry, so one that
         // is null or an empty object is dropped. An answer whose groups are
         // all empty therefore has no services and is not applied.
-        if (!entries.empty()) groups.insert({grs::Utf8ToWide(groupName), std::move(entries)});
+        if (!entries.empty()) groups.emplace_hint(groups.end(), NameAsWide(group), std::move(entries));
     }
     record.services.swap(groups);
     return true;
 }
 
-}  // namespace
-
-bool JsonNestsDeeperThan(const std::string& text, size_t limit) {
-    size_t depth = 0;
-    const size_t size = text.size();
-    for (size_t i = 0; i < size; ++i) {
-        const char c = text[i];
-        if (c == '"') {
-            for (++i; i < size && text[i] != '"'; ++i) {
-                if (text[i] == '\\') ++i;
-            }
-        } else if (c == '/' && i + 1 < size && text[i + 1] == '/') {
-            i = text.find('\n', i);
-            if (i == std::string::npos) return false;
-        } else if (c == '/' && i + 1 < size && text[i + 1] == '*') {
-            i = text.find("*/", i + 2);
-            if (i == std::string::npos) return false;
-            ++i;
-        } else if (c == '[' || c == '{') {
-            if (++depth > limit) return true;
-        } else if ((c == ']' || c == '}') && depth > 0) {
-            --depth;
-        }
-    }
-    return false;
+// The fast reader's fields into the record, in FillRecord's order and with
+// its outcome.
+bool ApplyFields(st_ZRVInfo& record, RouteRecordText& fields) {
+    std::wstring text;
+    grs::AppendUtf8AsWide(fields.currentTime.data(), fields.currentTime.size(), text);
+    if (!grs::CopyToField(record.currentTime, text)) return false;
+    text.clear();
+    grs::AppendUtf8AsWide(fields.effectivePeriod.data(), fields.effectivePeriod.size(), text);
+    if (!grs::CopyToField(record.effectivePeriod, text)) return false;
+    record.isSuccess = fields.isSuccess;
+    text.clear();
+    grs::AppendUtf8AsWide(fields.countryCode.data(), fields.countryCode.size(), text);
+    record.countryCode.swap(text);
+    record.services.swap(fields.services);
+    return true;
 }
 
-bool ReadRouteRecord(st_ZRVInfo*& record, const std::string& json) {
+bool ReadRecord(st_ZRVInfo*& record, const std::string& json, bool fastReader) {
     try {
         if (record == nullptr) record = new st_ZRVInfo();
         if (JsonNestsDeeperThan(json, kMaxJsonNesting)) {
             grs::log::Exception(__LINE__, kGetDeserialize, "route text nests too deep");
         } else {
+            RouteRecordText fields;
+            if (fastReader && ReadWrittenRouteRecord(json, fields)) return ApplyFields(*record, fields);
             Json::Reader reader;
             Json::Value root;
             if (!reader.parse(json.data(), json.data() + json.size(), root, /*collectComments=*/true)) {
@@ -91,6 +130,52 @@ bool ReadRouteRecord(st_ZRVInfo*& record, const std::string& json) {
         record->services.clear();
     }
     return false;
+}
+
+}  // namespace
+
+bool JsonNestsDeeperThan(const std::string& text, size_t limit) {
+    // Runs over every route text before it is parsed: strings, most of the
+    // text, are crossed with memchr rather than byte by byte.
+    const std::string_view all(text);
+    size_t depth = 0;
+    size_t i = 0;
+    while (i < all.size()) {
+        const char c = all[i++];
+        if (c == '"') {
+            // The closing quote is the first one after an even run of
+            // backslashes (each backslash escapes the character after it).
+            for (;;) {
+                const void* found = std::memchr(all.data() + i, '"', all.size() - i);
+                if (found == nullptr) return false;
+                const size_t quote = static_cast<size_t>(static_cast<const char*>(found) - all.data());
+                size_t backslashes = 0;
+                while (quote - backslashes > i && all[quote - backslashes - 1] == '\\') ++backslashes;
+                i = quote + 1;
+                if (backslashes % 2 == 0) break;
+            }
+        } else if (c == '/' && i < all.size() && all[i] == '/') {
+            i = all.find('\n', i);
+            if (i == std::string_view::npos) return false;
+        } else if (c == '/' && i < all.size() && all[i] == '*') {
+            i = all.find("*/", i + 1);
+            if (i == std::string_view::npos) return false;
+            i += 2;
+        } else if (c == '[' || c == '{') {
+            if (++depth > limit) return true;
+        } else if ((c == ']' || c == '}') && depth > 0) {
+            --depth;
+        }
+    }
+    return false;
+}
+
+bool ReadRouteRecord(st_ZRVInfo*& record, const std::string& json) {
+    return ReadRecord(record, json, /*fastReader=*/true);
+}
+
+bool ReadRouteRecordWithJsoncpp(st_ZRVInfo*& record, const std::string& json) {
+    return ReadRecord(record, json, /*fastReader=*/false);
 }
 
 std::string WriteRouteRecord(const st_ZRVInfo& record) {

@@ -30,7 +30,9 @@ public:
         if (m_depth == 1) {
             m_atRegion = m_regionName.compare(0, std::string::npos, text, length) == 0;
         } else if (m_depth == 2 && m_inRegion) {
-            m_key.assign(text, length);
+            // Converted now: the reader reuses the key's memory for the value.
+            m_key.clear();
+            AppendUtf8AsWide(text, length, m_key);
         }
         return true;
     }
@@ -62,7 +64,12 @@ private:
                 m_scan.nonStringValue = true;
                 return;
             }
-            m_scan.servers[Utf8ToWide(m_key)] = Utf8ToWide(std::string(text, length));
+            // The address is converted straight into the map's own string.
+            auto entry = m_scan.servers.lower_bound(m_key);
+            if (entry == m_scan.servers.end() || entry->first != m_key)
+                entry = m_scan.servers.emplace_hint(entry, m_key, std::wstring());
+            entry->second.clear();
+            AppendUtf8AsWide(text, length, entry->second);
         }
     }
 
@@ -77,7 +84,7 @@ private:
     size_t m_depth = 0;
     bool m_atRegion = false;
     bool m_inRegion = false;
-    std::string m_key;
+    std::wstring m_key;  // of the region member being read
 };
 
 bool IsUtf8Continuation(char c) {

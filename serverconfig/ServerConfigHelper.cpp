@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <exception>
-#include <memory>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -38,8 +37,8 @@ constexpr const char* kLoadServersMap = "ServerConfigHelper::loadServersMap";
 constexpr const char* kGetServerAddress = "ServerConfigHelper::GetServerAddress";
 constexpr const char* kInitLocalServiceUrl = "ServerConfigHelper::InitLocalServiceUrl";
 
-// The file is read whole into a buffer of this size; a larger one is refused.
-constexpr unsigned long long kReadBufferSize = 1048576;
+// The file is read whole; a larger one is refused.
+constexpr unsigned long long kMaxFileSize = 1048576;
 
 using grs::ServerRegion;
 
@@ -65,25 +64,32 @@ std::wstring MainModulePath() {
     return grs::HostExecutablePath().substr(0, MAX_PATH - 1);
 }
 
-// The whole file in one read of exactly the size its directory entry lists.
-// False when it is missing, unopenable, empty, larger than the buffer, or
-// does not give that many bytes.
+// The whole file in one read of exactly the size it has when opened. False
+// when it is missing, unopenable, empty, larger than the limit, or does not
+// give that many bytes. The size comes from the open handle rather than a
+// directory search: the same figure for a file at rest, without a second
+// look-up of the path, and the text is read straight into its own string
+// instead of through a buffer of the largest size allowed.
 bool ReadServerAddressFile(const std::wstring& path, std::string& text) {
-    std::unique_ptr<char[]> buffer(new (std::nothrow) char[kReadBufferSize]);
-    if (!buffer) return false;
     const std::wstring target = grs::WithExtendedPrefix(path);
-    WIN32_FIND_DATAW entry = {};
-    if (!grs::UniqueFind(::FindFirstFileW(target.c_str(), &entry))) return false;
-    const unsigned long long size = (static_cast<unsigned long long>(entry.nFileSizeHigh) << 32) |
-                                    static_cast<unsigned long long>(entry.nFileSizeLow);
-    if (size > kReadBufferSize) return false;
     grs::UniqueFile file(::CreateFileW(target.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                        OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     if (!file) return false;
+    LARGE_INTEGER size = {};
+    if (!::GetFileSizeEx(file.get(), &size) || size.QuadPart <= 0 ||
+        static_cast<unsigned long long>(size.QuadPart) > kMaxFileSize) {
+        return false;
+    }
+    std::string bytes;
+    try {
+        bytes.resize(static_cast<size_t>(size.QuadPart));
+    } catch (const std::bad_alloc&) {
+        return false;  // as a file that cannot be read: nothing changes
+    }
     DWORD read = 0;
-    if (!::ReadFile(file.get(), buffer.get(), static_cast<DWORD>(size), &read, nullptr) || read != size) return false;
-    if (read == 0) return false;
-    text.assign(buffer.get(), read);
+    if (!::ReadFile(file.get(), &bytes[0], static_cast<DWORD>(bytes.size()), &read, nullptr) || read != bytes.size())
+        return false;
+    text.swap(bytes);
     return true;
 }
 
@@ -184,11 +190,16 @@ bool ServerConfigHelper::isFileExist(bool isTest) {
         std::wstring& path = grs::ServerAddressPath();
         path = grs::ModuleDirectory() + name;
 
-        if (!grs::PathExists(grs::WithExtendedPrefix(path))) {
+        // Read first and test for existence only when that fails: a path that
+        // exists but cannot be read (a folder, a locked file) loads nothing
+        // and is not reported as missing, just as with the test first.
+        std::string text;
+        if (ReadServerAddressFile(path, text)) {
+            LoadText(text, m_countryCode);
+        } else if (!grs::PathExists(grs::WithExtendedPrefix(path))) {
             grs::log::Error(122, kIsFileExist, L"Load serverconfig to init url fail, serverAddresPath: " + path);
             return false;
         }
-        Load(m_countryCode, isTest);
         if (m_servers.empty()) return false;
         InitLocalServiceUrl();
         grs::log::Info(119, kIsFileExist, "Load serverconfig to init url");
@@ -202,7 +213,14 @@ bool ServerConfigHelper::isFileExist(bool isTest) {
 void ServerConfigHelper::Load(std::wstring countryCode, bool /*isTest*/) {
     try {
         std::string text;
-        if (!ReadServerAddressFile(grs::ServerAddressPath(), text)) return;
+        if (ReadServerAddressFile(grs::ServerAddressPath(), text)) LoadText(text, countryCode);
+    } catch (...) {
+        grs::log::CurrentException(156, kLoad);
+    }
+}
+
+void ServerConfigHelper::LoadText(const std::string& text, const std::wstring& countryCode) {
+    try {
         ServersByCountry serversByCountry;
         loadServersMap(text, serversByCountry);
         const auto entry = serversByCountry.find(countryCode);
@@ -257,7 +275,19 @@ std::wstring ServerConfigHelper::GetServerAddress(ServiceAddressEnum service, bo
 void ServerConfigHelper::InitLocalServiceUrl() {
     try {
         GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
-        for (const ServiceStep& step : kServiceSteps) (store->*step.setter)(GetServerAddress(step.service, false));
+        if (m_servers.empty()) {
+            // Each lookup tries to load the file (and logs that it failed).
+            for (const ServiceStep& step : kServiceSteps) (store->*step.setter)(GetServerAddress(step.service, false));
+            return;
+        }
+        // The addresses are handed over in place; a service the file does
+        // not name is stored empty.
+        static const std::wstring kNone;
+        const auto& keys = grs::ServiceKeys();
+        for (const ServiceStep& step : kServiceSteps) {
+            const auto address = m_servers.find(keys.at(step.service));
+            (store->*step.setter)(address == m_servers.end() ? kNone : address->second);
+        }
     } catch (...) {
         grs::log::CurrentException(__LINE__, kInitLocalServiceUrl);
     }

@@ -91,6 +91,54 @@ TEST(RouteRecord, GroupsWithoutEntriesAreDropped) {
     EXPECT_EQ(back->services, written.services);
 }
 
+// The streaming reader takes the record's own form and leaves everything it
+// is not sure of to jsoncpp's reader; either way the record is the same.
+TEST(RouteRecord, FastReaderAgreesWithJsoncpp) {
+    const std::string written =
+        "{\"countryCode\":\"CN\",\"currentTime\":\"1700000000000\",\"effectivePeriod\":\"86400\",\"isSuccess\":1,"
+        "\"services\":{\"a\":{\"cas\":\"\\u4e2d\\ud83d\\ude00\"},\"b\":{\"k\":\"\xE9\"}}}";
+    const struct {
+        const char* label;
+        std::string json;
+        bool fast;  // taken by the streaming reader
+    } cases[] = {
+        {"written record", written, true},
+        {"text after the record", written + " }{ x", true},
+        {"later duplicates win",
+         "{\"isSuccess\":2,\"isSuccess\":1,\"services\":{\"g\":{\"k\":\"1\",\"k\":\"2\"},\"h\":{\"k\":\"3\"},"
+         "\"h\":{},\"e\":{},\"e\":{\"x\":null}}}",
+         true},
+        {"later services win", "{\"services\":{\"g\":{\"k\":\"1\"}},\"services\":null}", true},
+        {"nulls", "{\"currentTime\":null,\"isSuccess\":null,\"services\":{\"g\":null}}", true},
+        {"unused members", "{\"x\":[1,-2,{\"y\":[true,null,\"s\"]}],\"isSuccess\":1,\"z\":{}}", true},
+        {"time too long", "{\"currentTime\":\"" + std::string(20, '1') + "\",\"isSuccess\":1}", true},
+        {"comment", "{/* c */\"isSuccess\":1}", false},
+        {"non-ASCII group name", "{\"services\":{\"\xE9\":{\"k\":\"v\"},\"\xC3\xA9\":{\"k\":\"w\"}}}", false},
+        {"number as time", "{\"currentTime\":1700000000000}", false},
+        {"fraction as flag", "{\"isSuccess\":1.9}", false},
+        {"huge number beside", "{\"x\":1e400,\"isSuccess\":1}", false},
+        {"flag as text", "{\"isSuccess\":\"1\",\"services\":{\"g\":{\"k\":\"v\"}}}", false},
+        {"object as address", "{\"services\":{\"g\":{\"k\":{}}}}", false},
+        {"array root", "[1]", false},
+        {"not JSON", "abc", false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        RouteRecordText fields;
+        EXPECT_EQ(ReadWrittenRouteRecord(c.json, fields), c.fast);
+        auto fast = std::make_unique<st_ZRVInfo>(), reference = std::make_unique<st_ZRVInfo>();
+        fast->services[L"old"][L"cas"] = reference->services[L"old"][L"cas"] = L"o";
+        st_ZRVInfo* a = fast.release();
+        st_ZRVInfo* b = reference.release();
+        const bool fastResult = ReadRouteRecord(a, c.json);
+        const bool referenceResult = ReadRouteRecordWithJsoncpp(b, c.json);
+        fast.reset(a);
+        reference.reset(b);
+        EXPECT_EQ(fastResult, referenceResult);
+        EXPECT_EQ(Describe(*fast), Describe(*reference));
+    }
+}
+
 TEST(RouteRecord, WrittenAsOneSortedLine) {
     st_ZRVInfo record;
     EXPECT_EQ(ZorvaneTestAccess::Serialize(&record),
@@ -104,6 +152,28 @@ TEST(RouteRecord, WrittenAsOneSortedLine) {
     EXPECT_EQ(ZorvaneTestAccess::Serialize(&record),
               "{\"countryCode\":\"CN\",\"currentTime\":\"1700000000123\",\"effectivePeriod\":\"86400\",\"isSuccess\":1,"
               "\"services\":{\"empty\":null,\"pkg\":{\"cas\":\"\\u4e2d\",\"portal\":\"https://p/\"}}}");
+}
+
+TEST(RouteRules, NestingIsCountedOutsideStringsAndComments) {
+    const std::string deep = std::string(3, '[') + std::string(3, ']');
+    const struct {
+        std::string text;
+        bool deeper;  // than 2 levels
+    } cases[] = {
+        {"[[]]", false},
+        {deep, true},
+        {"[[ \"[[[\" ]]", false},
+        {"[[ \"\\\"[[[\" ]]", false},    // an escaped quote does not end the string
+        {"[[ \"\\\\\" [ ]]", true},      // an escaped backslash does
+        {"[[ \"\\\\\\\"[\" ]]", false},  // three backslashes, then an escaped quote
+        {"[[ // [[[\n ]]", false},
+        {"[[ /* [[[ */ ]]", false},
+        {"[[ /*/ [ */ ]]", false},
+        {"[[ /* [[[ ", false},  // an unclosed comment ends the text
+        {"[[ \"[[[ ", false},   // so does an unclosed string
+        {"]]]" + deep, true},   // closing brackets without openers count nothing
+    };
+    for (const auto& c : cases) EXPECT_EQ(JsonNestsDeeperThan(c.text, 2), c.deeper) << c.text;
 }
 
 TEST(RouteRules, CachePeriodComesFromTheLastEquals) {

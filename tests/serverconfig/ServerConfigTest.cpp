@@ -267,6 +267,10 @@ TEST_F(ServerConfigFiles, StrayBytesAreReplacedAndTheTextEndsAtANul) {
         {"lone continuation bytes", "{\"cn\":{\"zrv\":\"\x80\xBF\"}}", L"\xFFFD\xFFFD"},
         {"overlong slash", "{\"cn\":{\"zrv\":\"\xC0\xAF\"}}", L"\xFFFD\xFFFD"},
         {"bytes never in UTF-8", "{\"cn\":{\"zrv\":\"\xFE\xFF\xF8\"}}", L"\xFFFD\xFFFD\xFFFD"},
+        // One replacement per maximal subpart, as Windows counts them (Wine's
+        // own converter gives two here).
+        {"overlong and surrogate", "{\"cn\":{\"zrv\":\"\xE0\x80\x80\xED\xA0\x80\"}}",
+         L"\xFFFD\xFFFD\xFFFD\xFFFD\xFFFD\xFFFD"},
         {"valid beside invalid", "{\"cn\":{\"zrv\":\"\xE4\xB8\xAD\xE4\"}}", L"\x4E2D\xFFFD"},
         {"NUL padding", small + std::string(4096, '\0'), L"a"},
         {"NUL then garbage", small + std::string(1, '\0') + "{[\"", L"a"},

@@ -1,6 +1,7 @@
 // Writing a route record's addresses into the client's parameter store.
 #include <memory>
 
+#include "core/Guarded.h"
 #include "core/Log.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "route/RouteDetail.h"
@@ -12,10 +13,9 @@ constexpr char kZRVInfoInitialise[] = "Zorvane::ZRVInfoInitialise";
 
 void Zorvane::ZRVInfoInitialise(bool fromCache, bool& succeeded) {
     succeeded = false;
-    try {
+    succeeded = grs::Guarded(__LINE__, kZRVInfoInitialise, false, [&] {
         const std::unique_ptr<st_ZRVInfo> record(GetZRVInfo(fromCache));
-        if (!record || record->isSuccess != 1 || record->services.empty()) return;
-        succeeded = true;
+        if (!record || record->isSuccess != 1 || record->services.empty()) return false;
 
         GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
         // Keys without a setter are left out at once, so the table holds at
@@ -33,8 +33,6 @@ void Zorvane::ZRVInfoInitialise(bool fromCache, bool& succeeded) {
                 grs::log::Info(__LINE__, kZRVInfoInitialise, setter->logPrefix + address);
             }
         }
-    } catch (...) {
-        grs::log::CurrentException(__LINE__, kZRVInfoInitialise);
-        succeeded = false;
-    }
+        return true;
+    });
 }

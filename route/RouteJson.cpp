@@ -3,8 +3,10 @@
 #include <json/json.h>
 
 #include <cstring>
+#include <optional>
 #include <string_view>
 
+#include "core/Guarded.h"
 #include "core/Log.h"
 #include "core/TextUtil.h"
 #include "route/RouteDetail.h"
@@ -103,11 +105,14 @@ bool ApplyFields(st_ZRVInfo& record, RouteRecordText& fields) {
 }
 
 bool ReadRecord(st_ZRVInfo*& record, const std::string& json, bool fastReader) {
-    try {
-        if (record == nullptr) record = new st_ZRVInfo();
-        if (JsonNestsDeeperThan(json, kMaxJsonNesting)) {
-            grs::log::Exception(__LINE__, kGetDeserialize, "route text nests too deep");
-        } else {
+    // Empty when the text could not be taken (too deep, wrong member types).
+    const std::optional<bool> read =
+        grs::Guarded(__LINE__, kGetDeserialize, std::optional<bool>(), [&]() -> std::optional<bool> {
+            if (record == nullptr) record = new st_ZRVInfo();
+            if (JsonNestsDeeperThan(json, kMaxJsonNesting)) {
+                grs::log::Exception(__LINE__, kGetDeserialize, "route text nests too deep");
+                return std::nullopt;
+            }
             RouteRecordText fields;
             if (fastReader && ReadWrittenRouteRecord(json, fields)) return ApplyFields(*record, fields);
             Json::Reader reader;
@@ -119,10 +124,8 @@ bool ReadRecord(st_ZRVInfo*& record, const std::string& json, bool fastReader) {
                 return true;
             }
             return FillRecord(*record, root);
-        }
-    } catch (...) {
-        grs::log::CurrentException(__LINE__, kGetDeserialize);
-    }
+        });
+    if (read) return *read;
     // Text the reader cannot take (wrong member types, too deep): a failed
     // answer, so that nobody uses what was half read.
     if (record != nullptr) {

@@ -1,8 +1,10 @@
 // Obtaining the route record: the cache while fresh, else the routing servers
 // in their fixed order, the cache again as the last resort.
 #include <map>
+#include <optional>
 #include <string>
 
+#include "core/Guarded.h"
 #include "core/Log.h"
 #include "core/TextUtil.h"
 #include "globalrootservice/collaborators/AccountSession.h"
@@ -33,7 +35,7 @@ void Drop(st_ZRVInfo*& record) {
 
 st_ZRVInfo* Zorvane::GetZRVInfo(bool fromCache) {
     st_ZRVInfo* record = nullptr;
-    try {
+    st_ZRVInfo* const result = grs::Guarded(__LINE__, kGetZRVInfo, static_cast<st_ZRVInfo*>(nullptr), [&] {
         if (fromCache) {
             GetZRVInfoFromLocal(record, true);
             return record;
@@ -64,69 +66,69 @@ st_ZRVInfo* Zorvane::GetZRVInfo(bool fromCache) {
         if (record == nullptr || record->isSuccess != 1) GetZRVInfoFromLocal(record, false);
         if (record != nullptr && record->isSuccess != 1) Drop(record);
         return record;
-    } catch (...) {
-        grs::log::CurrentException(__LINE__, kGetZRVInfo);
-        Drop(record);
-        return nullptr;
-    }
+    });
+    // After an exception the record may be half made: nobody gets it.
+    if (result == nullptr) Drop(record);
+    return result;
 }
 
 bool Zorvane::GetZRVInfoFromRemote(st_ZRVInfo*& record, std::wstring baseUrl) {
     const bool hadRecord = record != nullptr;
-    try {
-        std::wstring country = AccountSession::GetInstance()->GetCurrentCountryCode();
-        if (country.empty()) country = GlobalParamWrapper::GetInstance()->GetCountryCode();
-        const std::wstring url = baseUrl + L"/zrv/1.0/" + kApplicationName + L"/router?reg_country=" + country;
+    // Empty only after an exception.
+    const std::optional<bool> handled =
+        grs::Guarded(__LINE__, kFromRemote, std::optional<bool>(), [&]() -> std::optional<bool> {
+            std::wstring country = AccountSession::GetInstance()->GetCurrentCountryCode();
+            if (country.empty()) country = GlobalParamWrapper::GetInstance()->GetCountryCode();
+            const std::wstring url = baseUrl + L"/zrv/1.0/" + kApplicationName + L"/router?reg_country=" + country;
 
-        std::map<std::string, std::string> headers;
-        const std::string body = AccountSession::GetInstance()->GetZrvRemoteInfo(url, headers);
-        if (body.empty()) return false;
+            std::map<std::string, std::string> headers;
+            const std::string body = AccountSession::GetInstance()->GetZrvRemoteInfo(url, headers);
+            if (body.empty()) return false;
 
-        // Any answer makes a record, even one that is not JSON: the caller
-        // stops asking and judges it by isSuccess.
-        GetDeserialize(record, body);
-        if (record == nullptr) return false;
+            // Any answer makes a record, even one that is not JSON: the caller
+            // stops asking and judges it by isSuccess.
+            GetDeserialize(record, body);
+            if (record == nullptr) return false;
 
-        const auto cacheControl = headers.find("Cache-Control");
-        const std::string period =
-            grs::route::CachePeriodText(cacheControl == headers.end() ? std::string() : cacheControl->second);
-        std::string now = std::to_string(grs::route::NowMilliseconds());
-        grs::log::Info(__LINE__, kFromRemote, period);
-        grs::log::Info(__LINE__, kFromRemote, now);
-        if (now.size() > 15) {
-            now.clear();
-            grs::log::Error(__LINE__, kFromRemote, "get current time out of length.");
-        }
-        if (!grs::CopyToField(record->currentTime, grs::Utf8ToWide(now)) ||
-            !grs::CopyToField(record->effectivePeriod, grs::Utf8ToWide(period))) {
-            return false;
-        }
-        // The routes belong to the country asked for, whatever the server says.
-        record->countryCode = country;
+            const auto cacheControl = headers.find("Cache-Control");
+            const std::string period =
+                grs::route::CachePeriodText(cacheControl == headers.end() ? std::string() : cacheControl->second);
+            std::string now = std::to_string(grs::route::NowMilliseconds());
+            grs::log::Info(__LINE__, kFromRemote, period);
+            grs::log::Info(__LINE__, kFromRemote, now);
+            if (now.size() > 15) {
+                now.clear();
+                grs::log::Error(__LINE__, kFromRemote, "get current time out of length.");
+            }
+            if (!grs::CopyToField(record->currentTime, grs::Utf8ToWide(now)) ||
+                !grs::CopyToField(record->effectivePeriod, grs::Utf8ToWide(period))) {
+                return false;
+            }
+            // The routes belong to the country asked for, whatever the server says.
+            record->countryCode = country;
 
-        std::wstring cache = grs::Utf8ToWide(SerializeZRV(record));
-        ConfigEntityManager::GetInstance()->updateConfigContent(ConfigEntityRouteCache, cache);
-        grs::log::Info(__LINE__, kFromRemote, "update zrv from remote.");
-        return true;
-    } catch (...) {
-        grs::log::CurrentException(__LINE__, kFromRemote);
-        // An answer that could not be handled counts as none.
-        if (!hadRecord) Drop(record);
-        return false;
-    }
+            std::wstring cache = grs::Utf8ToWide(SerializeZRV(record));
+            ConfigEntityManager::GetInstance()->updateConfigContent(ConfigEntityRouteCache, cache);
+            grs::log::Info(__LINE__, kFromRemote, "update zrv from remote.");
+            return true;
+        });
+    if (handled) return *handled;
+    // An answer that could not be handled counts as none.
+    if (!hadRecord) Drop(record);
+    return false;
 }
 
 void Zorvane::GetZRVInfoFromLocal(st_ZRVInfo*& record, bool checkFreshness) {
-    try {
+    const bool completed = grs::Guarded(__LINE__, kFromLocal, false, [&] {
         const std::string content =
             grs::WideToUtf8(ConfigEntityManager::GetInstance()->GetConfigContentByType(ConfigEntityRouteCache));
         const std::wstring userCountry = AccountSession::GetInstance()->GetCurrentCountryCode();
         if (content.empty()) {
             Drop(record);
-            return;
+            return true;
         }
         GetDeserialize(record, content);
-        if (record == nullptr) return;
+        if (record == nullptr) return true;
         std::wstring cachedCountry = record->countryCode;
         GlobalParamWrapper::GetInstance()->SetConfigCountryCode(cachedCountry);
 
@@ -139,7 +141,7 @@ void Zorvane::GetZRVInfoFromLocal(st_ZRVInfo*& record, bool checkFreshness) {
                                "update ZRV from remote fail, countrycode is different, use serverconfile");
                 Drop(record);
             }
-            return;
+            return true;
         }
 
         const auto freshness =
@@ -149,7 +151,7 @@ void Zorvane::GetZRVInfoFromLocal(st_ZRVInfo*& record, bool checkFreshness) {
         switch (freshness) {
             case grs::route::CacheFreshness::Fresh:
                 grs::log::Info(__LINE__, kFromLocal, "not update ZRV, use address from configfile");
-                return;
+                return true;
             case grs::route::CacheFreshness::TimeTooLongOrNoCountry:
                 grs::log::Error(__LINE__, kFromLocal, "get current time out of length or not get user countryCode.");
                 break;
@@ -161,8 +163,7 @@ void Zorvane::GetZRVInfoFromLocal(st_ZRVInfo*& record, bool checkFreshness) {
                 break;
         }
         Drop(record);
-    } catch (...) {
-        grs::log::CurrentException(__LINE__, kFromLocal);
-        Drop(record);
-    }
+        return true;
+    });
+    if (!completed) Drop(record);
 }

@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <map>
 
@@ -15,6 +16,16 @@ std::vector<std::string>& Notes() {
     return notes;
 }
 
+std::map<std::string, double>& Recorded() {
+    static std::map<std::string, double> recorded;
+    return recorded;
+}
+
+void KeepBest(std::map<std::string, double>& best, const std::string& name, double seconds) {
+    const auto found = best.find(name);
+    if (found == best.end() || seconds < found->second) best[name] = seconds;
+}
+
 // Keeps the best seconds per iteration of every benchmark as it reports.
 class BestTimes : public benchmark::ConsoleReporter {
 public:
@@ -22,15 +33,36 @@ public:
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs) {
             if (run.run_type != Run::RT_Iteration || run.iterations == 0 || run.error_occurred) continue;
-            const double seconds = run.real_accumulated_time / static_cast<double>(run.iterations);
-            const auto found = best.find(run.run_name.function_name);
-            if (found == best.end() || seconds < found->second) best[run.run_name.function_name] = seconds;
+            KeepBest(best, run.run_name.function_name,
+                     run.real_accumulated_time / static_cast<double>(run.iterations));
         }
     }
     std::map<std::string, double> best;
 };
 
 }  // namespace
+
+std::vector<double> BestByTurns(const std::vector<Contender>& contenders, int turns) {
+    using Clock = std::chrono::steady_clock;
+    const size_t count = contenders.size();
+    std::vector<double> best(count, 0.0);
+    for (int turn = 0; turn < turns; ++turn) {
+        for (size_t i = 0; i < count; ++i) {
+            const size_t which = (static_cast<size_t>(turn) + i) % count;
+            const Contender& contender = contenders[which];
+            const Clock::time_point start = Clock::now();
+            contender.run();
+            const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+            if (contender.tidy) contender.tidy();
+            if (turn == 0 || seconds < best[which]) best[which] = seconds;
+        }
+    }
+    return best;
+}
+
+void Record(const std::string& name, double seconds) {
+    KeepBest(Recorded(), name, seconds);
+}
 
 void Note(const std::string& line) {
     Notes().push_back(line);
@@ -41,6 +73,7 @@ int RunAndPrintRatios(int argc, char** argv, const std::vector<Ratio>& ratios) {
     BestTimes reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
+    for (const auto& recorded : Recorded()) KeepBest(reporter.best, recorded.first, recorded.second);
 
     std::printf("\n%-66s %9s  %s\n", "ratio (ours / peer, best time per iteration)", "value", "goal");
     for (const Ratio& ratio : ratios) {

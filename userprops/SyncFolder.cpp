@@ -44,13 +44,18 @@ unsigned long long GetFileSizeByPath(const std::wstring& path) {
 
 bool CreateFolderTree(const std::wstring& folder) {
     if (folder.empty()) return false;
-    // Parents first; their failures (a drive root, a share name) do not matter,
-    // only whether the folder itself ends up existing.
-    for (size_t slash = folder.find_first_of(L"\\/", 1); slash != std::wstring::npos;
-         slash = folder.find_first_of(L"\\/", slash + 1)) {
-        ::CreateDirectoryW(folder.substr(0, slash).c_str(), nullptr);
-    }
+    // The copy walk creates each folder right after its parent, so the folder
+    // alone is tried first; the parents only when that is not enough.
     if (::CreateDirectoryW(folder.c_str(), nullptr)) return true;
+    if (::GetLastError() != ERROR_ALREADY_EXISTS) {
+        // Their failures (a drive root, a share name) do not matter, only
+        // whether the folder itself ends up existing.
+        for (size_t slash = folder.find_first_of(L"\\/", 1); slash != std::wstring::npos;
+             slash = folder.find_first_of(L"\\/", slash + 1)) {
+            ::CreateDirectoryW(folder.substr(0, slash).c_str(), nullptr);
+        }
+        if (::CreateDirectoryW(folder.c_str(), nullptr)) return true;
+    }
     const DWORD attributes = ::GetFileAttributesW(folder.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
@@ -162,16 +167,23 @@ bool CopyCacheFileWith(const std::wstring& sourceFile, const std::wstring& desti
     grs::log::Info(__LINE__, kCopyCacheFile,
                    L"CopySyncFolderToCache CopyCacheFile srcPath = " + sourceFile + L" destPath = " + destinationFile);
     if (!grs::IsCopiedCacheSize(sizeOf())) return true;
-    if (::GetFileAttributesW(destinationFile.c_str()) != INVALID_FILE_ATTRIBUTES) {
+    const auto logCovered = [&] {
         grs::log::Info(__LINE__, kCopyCacheFile, L"CopySyncFolderToCache" + destinationFile + L" to be covered");
-    }
+    };
     {
+        // The open tells whether the destination was there: no separate
+        // attribute query per file. The log lines come out in the same order
+        // as with a query before the open.
         grs::UniqueFile created(::CreateFileW(destinationFile.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_WRITE,
                                               nullptr, OPEN_ALWAYS, FILE_FLAG_OVERLAPPED, nullptr));
+        const bool existed = ::GetLastError() == ERROR_ALREADY_EXISTS;
         if (!created) {
+            // A folder or a locked file in the destination's place still counts as there.
+            if (::GetFileAttributesW(destinationFile.c_str()) != INVALID_FILE_ATTRIBUTES) logCovered();
             grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Create File Fail");
             return true;
         }
+        if (existed) logCovered();
     }
     if (!::CopyFileW(sourceFile.c_str(), destinationFile.c_str(), FALSE)) {
         grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Copy File Fail");

@@ -26,6 +26,19 @@ void KeepBest(std::map<std::string, double>& best, const std::string& name, doub
     if (found == best.end() || seconds < found->second) best[name] = seconds;
 }
 
+// "850 us", "4.56 ms", "1.23 s": for reading the best times beside a ratio.
+std::string Duration(double seconds) {
+    char text[32];
+    if (seconds < 1e-3) {
+        std::snprintf(text, sizeof text, "%.0f us", seconds * 1e6);
+    } else if (seconds < 1.0) {
+        std::snprintf(text, sizeof text, "%.2f ms", seconds * 1e3);
+    } else {
+        std::snprintf(text, sizeof text, "%.2f s", seconds);
+    }
+    return text;
+}
+
 // Keeps the best seconds per iteration of every benchmark as it reports.
 class BestTimes : public benchmark::ConsoleReporter {
 public:
@@ -33,8 +46,7 @@ public:
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs) {
             if (run.run_type != Run::RT_Iteration || run.iterations == 0 || run.error_occurred) continue;
-            KeepBest(best, run.run_name.function_name,
-                     run.real_accumulated_time / static_cast<double>(run.iterations));
+            KeepBest(best, run.run_name.function_name, run.real_accumulated_time / static_cast<double>(run.iterations));
         }
     }
     std::map<std::string, double> best;
@@ -75,7 +87,8 @@ int RunAndPrintRatios(int argc, char** argv, const std::vector<Ratio>& ratios) {
     benchmark::Shutdown();
     for (const auto& recorded : Recorded()) KeepBest(reporter.best, recorded.first, recorded.second);
 
-    std::printf("\n%-66s %9s  %s\n", "ratio (ours / peer, best time per iteration)", "value", "goal");
+    std::printf("\n%-66s %9s  %-21s  %s\n", "ratio (ours / peer, best time per iteration)", "value", "ours / peer",
+                "goal");
     for (const Ratio& ratio : ratios) {
         const auto ours = reporter.best.find(ratio.ours);
         const auto peer = reporter.best.find(ratio.peer);
@@ -96,7 +109,8 @@ int RunAndPrintRatios(int argc, char** argv, const std::vector<Ratio>& ratios) {
             }
             goal = std::string(text) + (value <= limit ? ": met" : ": MISSED");
         }
-        std::printf("%-66s %8.2fx  %s\n", ratio.label.c_str(), value, goal.c_str());
+        const std::string times = Duration(ours->second) + " / " + Duration(peer->second);
+        std::printf("%-66s %8.2fx  %-21s  %s\n", ratio.label.c_str(), value, times.c_str(), goal.c_str());
     }
     for (const std::string& line : Notes()) std::printf("%s\n", line.c_str());
     std::fflush(stdout);

@@ -44,18 +44,13 @@ unsigned long long GetFileSizeByPath(const std::wstring& path) {
 
 bool CreateFolderTree(const std::wstring& folder) {
     if (folder.empty()) return false;
-    // The copy walk creates each folder right after its parent, so the folder
-    // alone is tried first; the parents only when that is not enough.
-    if (::CreateDirectoryW(folder.c_str(), nullptr)) return true;
-    if (::GetLastError() != ERROR_ALREADY_EXISTS) {
-        // Their failures (a drive root, a share name) do not matter, only
-        // whether the folder itself ends up existing.
-        for (size_t slash = folder.find_first_of(L"\\/", 1); slash != std::wstring::npos;
-             slash = folder.find_first_of(L"\\/", slash + 1)) {
-            ::CreateDirectoryW(folder.substr(0, slash).c_str(), nullptr);
-        }
-        if (::CreateDirectoryW(folder.c_str(), nullptr)) return true;
+    // Parents first; their failures (a drive root, a share name) do not matter,
+    // only whether the folder itself ends up existing.
+    for (size_t slash = folder.find_first_of(L"\\/", 1); slash != std::wstring::npos;
+         slash = folder.find_first_of(L"\\/", slash + 1)) {
+        ::CreateDirectoryW(folder.substr(0, slash).c_str(), nullptr);
     }
+    if (::CreateDirectoryW(folder.c_str(), nullptr)) return true;
     const DWORD attributes = ::GetFileAttributesW(folder.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }

@@ -17,6 +17,7 @@
 #include "core/TextUtil.h"
 #include "core/collaborators/AccountSession.h"
 #include "core/collaborators/GlobalParamWrapper.h"
+#include "core/collaborators/MainDatabaseProvider.h"
 #include "route/Zorvane.h"
 #include "serverconfig/ServerConfigPaths.h"
 #include "settings/ClientInitialize.h"
@@ -197,9 +198,22 @@ std::vector<StepCase> StepCases() {
         WriteFileBytes(setting, bytes);
         SetAttributes(setting, kAtRest);
     };
-    // What the property step does to "Setting.ini" besides its database calls:
-    // the settings read (GetSettings), the upgrade marks read, the "ShowTabBar" write.
-    const auto ownFilesFloor = [setting, getSettingsFloor] {
+    // The folders whose long forms the property step must ask for: the sync
+    // folder and the cache and download folders tested against it.
+    std::vector<std::wstring> folders;
+    for (const PropertyDb::UserProperties& row : PropertyDb::MainDatabaseProvider::GetAllUserProperties()) {
+        if (row.key == L"SyncCloudFolder" || row.key == L"CacheFolder" || row.key == L"NewDownLoadFolder" ||
+            row.key == L"DownLoadFolder")
+            folders.push_back(row.value);
+    }
+    // What the property step does besides its database calls: those long
+    // forms, and to "Setting.ini" the settings read (GetSettings), the upgrade
+    // marks read and the "ShowTabBar" write.
+    const auto ownFilesFloor = [setting, getSettingsFloor, folders] {
+        for (const std::wstring& folder : folders) {
+            wchar_t buffer[MAX_PATH];
+            ::GetLongPathNameW(folder.c_str(), buffer, MAX_PATH);
+        }
         getSettingsFloor();
         if (Exists(setting)) ReadFileBytes(setting);
         SetAttributes(setting, FILE_ATTRIBUTE_NORMAL);
@@ -270,19 +284,20 @@ std::vector<StepCase> StepCases() {
                        }}},
                      100,
                      nullptr});
-    cases.push_back(
-        {"InitializeUserProperties",
-         [] { ClientInitialize::InitializeUserProperties(); },
-         {{"floor", "property database read and written; Setting.ini as below",
-           [database, ownFilesFloor] {
-               CopyBeside(database);
-               ownFilesFloor();
-           }},
-          {"own-files", "Setting.ini as GetSettings, read again, ShowTabBar written by the profile function",
-           ownFilesFloor}},
-         100,
-         nullptr,
-         true});
+    cases.push_back({"InitializeUserProperties",
+                     [] { ClientInitialize::InitializeUserProperties(); },
+                     {{"floor", "property database read and written, and the own-files floor",
+                       [database, ownFilesFloor] {
+                           CopyBeside(database);
+                           ownFilesFloor();
+                       }},
+                      {"own-files",
+                       "long forms of the sync, cache and download folders; Setting.ini as GetSettings, read again, "
+                       "ShowTabBar written by the profile function",
+                       ownFilesFloor}},
+                     100,
+                     nullptr,
+                     true});
     return cases;
 }
 

@@ -1,6 +1,8 @@
 // Property database: one SQLite table of key/value rows per user.
 #include <sqlite3.h>
 
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 
@@ -27,6 +29,27 @@ Database& Db() {
     static Database* db = new Database();  // outlives detached threads at exit
     return *db;
 }
+
+std::atomic<long long>& DatabaseNanoseconds() {
+    static std::atomic<long long> nanoseconds{0};
+    return nanoseconds;
+}
+
+// Adds the time of one database call to the total that the benchmarks read to
+// tell a step's own time from the database's.
+class CallTimer {
+public:
+    CallTimer() : m_start(std::chrono::steady_clock::now()) {}
+    ~CallTimer() {
+        DatabaseNanoseconds() +=
+            std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now() - m_start).count();
+    }
+    CallTimer(const CallTimer&) = delete;
+    CallTimer& operator=(const CallTimer&) = delete;
+
+private:
+    std::chrono::steady_clock::time_point m_start;
+};
 
 // Opens the file on first use; callers hold the mutex.
 sqlite3* Connection(Database& db) {
@@ -109,6 +132,7 @@ void InTransaction(Work work) {
 namespace PropertyDb::MainDatabaseProvider {
 
 std::vector<UserProperties> GetAllUserProperties() {
+    const CallTimer timer;
     std::vector<UserProperties> rows;
     try {
         const std::wstring user = CurrentUser();
@@ -127,6 +151,7 @@ std::vector<UserProperties> GetAllUserProperties() {
 }
 
 std::wstring GetUserPropertieByKey(const std::wstring& key) {
+    const CallTimer timer;
     try {
         const std::wstring user = CurrentUser();
         Database& db = Db();
@@ -143,6 +168,7 @@ std::wstring GetUserPropertieByKey(const std::wstring& key) {
 }
 
 void UpdateUserProperties(const std::wstring& key, const std::wstring& value) {
+    const CallTimer timer;
     try {
         const std::wstring user = CurrentUser();
         Database& db = Db();
@@ -159,6 +185,7 @@ void UpdateUserProperties(const std::wstring& key, const std::wstring& value) {
 }
 
 void InsertUserProperties(const std::wstring& key, const std::wstring& value) {
+    const CallTimer timer;
     try {
         const std::wstring user = CurrentUser();
         Database& db = Db();
@@ -169,6 +196,7 @@ void InsertUserProperties(const std::wstring& key, const std::wstring& value) {
 }
 
 void InsertUserProperties(std::vector<UserProperties>& properties) {
+    const CallTimer timer;
     InTransaction([&properties](sqlite3* connection, const std::wstring& user) {
         for (const UserProperties& row : properties)
             if (!Upsert(connection, user, row.key, row.value)) return false;
@@ -177,6 +205,7 @@ void InsertUserProperties(std::vector<UserProperties>& properties) {
 }
 
 void DeleteAllUserProperties() {
+    const CallTimer timer;
     InTransaction([](sqlite3* connection, const std::wstring& user) {
         Statement statement = Prepare(connection, "DELETE FROM user_properties WHERE user_id = ?1");
         if (!statement) return false;
@@ -194,6 +223,14 @@ void SetDatabasePath(const std::wstring& path) {
     std::lock_guard<std::mutex> lock(db.mutex);
     db.connection.reset();
     db.path = path;
+}
+
+double DatabaseSeconds() {
+    return static_cast<double>(DatabaseNanoseconds().load()) / 1e9;
+}
+
+void ResetDatabaseSeconds() {
+    DatabaseNanoseconds() = 0;
 }
 
 void CloseDatabase() {

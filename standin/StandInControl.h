@@ -80,6 +80,10 @@ CLIENTLIBS_API std::wstring ContentFilePath(int kind);
 CLIENTLIBS_API void SetDatabasePath(const std::wstring& path);
 // Closes the connection; the next call opens the file again (a restart).
 CLIENTLIBS_API void CloseDatabase();
+// Seconds spent inside the property database calls since the last reset: the
+// benchmarks tell a step's own time from the database's with it.
+CLIENTLIBS_API double DatabaseSeconds();
+CLIENTLIBS_API void ResetDatabaseSeconds();
 
 // HTTP time-outs in milliseconds for both the route request and the HTTP classes.
 CLIENTLIBS_API void SetHttpTimeouts(int resolveMs, int connectMs, int sendMs, int receiveMs);

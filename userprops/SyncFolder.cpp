@@ -145,16 +145,23 @@ bool CopyCacheFileWith(const std::wstring& sourceFile, const std::wstring& desti
     grs::log::Info(__LINE__, kCopyCacheFile,
                    L"CopySyncFolderToCache CopyCacheFile srcPath = " + sourceFile + L" destPath = " + destinationFile);
     if (!grs::IsCopiedCacheSize(sizeOf())) return true;
-    if (::GetFileAttributesW(destinationFile.c_str()) != INVALID_FILE_ATTRIBUTES) {
+    const auto logCovered = [&] {
         grs::log::Info(__LINE__, kCopyCacheFile, L"CopySyncFolderToCache" + destinationFile + L" to be covered");
-    }
+    };
     {
+        // The open tells whether the destination was there: no separate
+        // attribute query per file. The log lines come out in the same order
+        // as with a query before the open.
         grs::UniqueFile created(::CreateFileW(destinationFile.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_WRITE,
                                               nullptr, OPEN_ALWAYS, FILE_FLAG_OVERLAPPED, nullptr));
+        const bool existed = ::GetLastError() == ERROR_ALREADY_EXISTS;
         if (!created) {
+            // A folder or a locked file in the destination's place still counts as there.
+            if (::GetFileAttributesW(destinationFile.c_str()) != INVALID_FILE_ATTRIBUTES) logCovered();
             grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Create File Fail");
             return true;
         }
+        if (existed) logCovered();
     }
     if (!::CopyFileW(sourceFile.c_str(), destinationFile.c_str(), FALSE)) {
         grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Copy File Fail");

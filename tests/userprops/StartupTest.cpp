@@ -250,4 +250,38 @@ TEST_F(UserPropsStart, CacheCopyTakesSmallFilesAndGoesOnAfterAFailure) {
     EXPECT_TRUE(grs::test::HasLogLine("ClientInitialize::CopyCacheFile", 5, to + L"\\locked Create File Fail"));
 }
 
+TEST_F(UserPropsStart, CacheCopyLogsADestinationThatWasThereBeforeCreatingIt) {
+    const std::wstring source = sandbox.Root() / L"thumb.jpg", to = sandbox.Root() / L"copy.jpg";
+    grs::test::WriteFileBytes(source, "new");
+    const std::wstring copying = L"CopySyncFolderToCache CopyCacheFile srcPath = " + source + L" destPath = " + to;
+    const std::wstring covered = L"CopySyncFolderToCache" + to + L" to be covered";
+    const std::wstring copied = L"CopySyncFolderToCache COPYSUCCESS = " + source + L" destPath = " + to;
+    const struct {
+        const char* name;
+        const char* before;  // nullptr: nothing there; "/": a folder
+        std::vector<std::wstring> lines;
+        bool result;
+    } cases[] = {
+        {"absent", nullptr, {copying, copied}, true},
+        {"file", "old", {copying, covered, copied}, true},
+        // Cannot be opened: still reported as there, then the failure; not passed up.
+        {"folder", "/", {copying, covered, to + L" Create File Fail"}, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        grs::test::RemoveTree(to);
+        if (c.before && std::string(c.before) == "/") {
+            grs::test::CreateFolderTree(to);
+        } else if (c.before) {
+            grs::test::WriteFileBytes(to, c.before);
+        }
+        ClientStandIn::ClearLogLines();
+        EXPECT_EQ(ClientInitialize::CopyCacheFile(source, to), c.result);
+        std::vector<std::wstring> lines;
+        for (const auto& line : grs::test::LogLinesOf("ClientInitialize::CopyCacheFile")) lines.push_back(line.message);
+        EXPECT_EQ(lines, c.lines);
+        if (c.lines.back() == copied) EXPECT_EQ(grs::test::ReadFileBytes(to), "new");
+    }
+}
+
 }  // namespace

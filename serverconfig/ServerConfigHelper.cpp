@@ -3,13 +3,13 @@
 #include <windows.h>
 
 #include <exception>
-#include <new>
 #include <stdexcept>
 #include <string>
 
+#include "core/FileIo.h"
+#include "core/Guarded.h"
 #include "core/Log.h"
 #include "core/PathUtil.h"
-#include "core/UniqueResource.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "serverconfig/RegionJson.h"
 #include "serverconfig/ServerConfigPaths.h"
@@ -31,11 +31,21 @@ std::wstring& ServerAddressPath() {
 
 namespace {
 
-constexpr const char* kIsFileExist = "ServerConfigHelper::isFileExist";
-constexpr const char* kLoad = "ServerConfigHelper::Load";
-constexpr const char* kLoadServersMap = "ServerConfigHelper::loadServersMap";
-constexpr const char* kGetServerAddress = "ServerConfigHelper::GetServerAddress";
-constexpr const char* kInitLocalServiceUrl = "ServerConfigHelper::InitLocalServiceUrl";
+// The tags of this file's operations, in log lines and at their exception edge.
+constexpr char kServerConfigHelper[] = "ServerConfigHelper::ServerConfigHelper";
+constexpr char kIsFileExist[] = "ServerConfigHelper::isFileExist";
+constexpr char kLoad[] = "ServerConfigHelper::Load";
+constexpr char kLoadServersMap[] = "ServerConfigHelper::loadServersMap";
+constexpr char kGetServerAddress[] = "ServerConfigHelper::GetServerAddress";
+constexpr char kInitLocalServiceUrl[] = "ServerConfigHelper::InitLocalServiceUrl";
+
+// Line numbers that the client's log readers match on, kept with their lines
+// (every other log line carries its source line).
+constexpr int kLineFileMissing = 122;
+constexpr int kLineLoaded = 119;
+constexpr int kLineLoadFailed = 156;
+constexpr int kLineServersEmpty = 167;
+constexpr int kLineParseError = 258;
 
 // The file is read whole; a larger one is refused.
 constexpr unsigned long long kMaxFileSize = 1048576;
@@ -64,33 +74,26 @@ std::wstring MainModulePath() {
     return grs::HostExecutablePath().substr(0, MAX_PATH - 1);
 }
 
-// The whole file in one read of exactly the size it has when opened. False
-// when it is missing, unopenable, empty, larger than the limit, or does not
-// give that many bytes. The size comes from the open handle rather than a
-// directory search: the same figure for a file at rest, without a second
-// look-up of the path, and the text is read straight into its own string
-// instead of through a buffer of the largest size allowed.
+// The whole file, read once; an empty file, one over the size limit or one
+// that cannot be read gives nothing, which loads nothing.
 bool ReadServerAddressFile(const std::wstring& path, std::string& text) {
-    const std::wstring target = grs::WithExtendedPrefix(path);
-    grs::UniqueFile file(::CreateFileW(target.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                       OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-    if (!file) return false;
-    LARGE_INTEGER size = {};
-    if (!::GetFileSizeEx(file.get(), &size) || size.QuadPart <= 0 ||
-        static_cast<unsigned long long>(size.QuadPart) > kMaxFileSize) {
-        return false;
-    }
-    std::string bytes;
-    try {
-        bytes.resize(static_cast<size_t>(size.QuadPart));
-    } catch (const std::bad_alloc&) {
-        return false;  // as a file that cannot be read: nothing changes
-    }
-    DWORD read = 0;
-    if (!::ReadFile(file.get(), &bytes[0], static_cast<DWORD>(bytes.size()), &read, nullptr) || read != bytes.size())
-        return false;
-    text.swap(bytes);
-    return true;
+    return grs::ReadWholeFile(grs::WithExtendedPrefix(path), kMaxFileSize, text) == grs::ReadFileResult::Ok &&
+           !text.empty();
+}
+
+// What Load does with the file's text: the region of `countryCode` replaces
+// `servers` when the file names it. An exception (a value that is not a
+// string) is logged as Load's, whichever operation read the file.
+template <typename LoadServersMap>
+void ApplyText(const std::string& text, const std::wstring& countryCode, ServerConfigHelper::RegionServers& servers,
+               LoadServersMap loadServersMap) {
+    grs::Guarded(kLineLoadFailed, kLoad, [&] {
+        ServerConfigHelper::ServersByCountry serversByCountry;
+        loadServersMap(text, serversByCountry);
+        const auto entry = serversByCountry.find(countryCode);
+        // A move leaves the map either as it was or wholly replaced.
+        if (entry != serversByCountry.end()) servers = std::move(entry->second);
+    });
 }
 
 using AddressSetter = void (GlobalParamWrapper::*)(const std::wstring&);
@@ -164,12 +167,10 @@ ServerConfigHelper::ServerConfigHelper()
       m_fileNameDR2(grs::ServerConfigFileName(ServerRegion::Asia, /*isTest=*/false)),
       m_fileNameDR3(grs::ServerConfigFileName(ServerRegion::Europe, /*isTest=*/false)),
       m_fileNameDR4(grs::ServerConfigFileName(ServerRegion::Russia, /*isTest=*/false)) {
-    try {
+    grs::Guarded(__LINE__, kServerConfigHelper, [] {
         std::wstring& moduleDirectory = grs::ModuleDirectory();
         if (moduleDirectory.empty()) moduleDirectory = grs::DirectoryWithSeparator(MainModulePath());
-    } catch (...) {
-        grs::log::CurrentException(__LINE__, "ServerConfigHelper::ServerConfigHelper");
-    }
+    });
 }
 
 ServerConfigHelper::ServerConfigHelper(const ServerConfigHelper& other) = default;
@@ -177,7 +178,7 @@ ServerConfigHelper::ServerConfigHelper(const ServerConfigHelper& other) = defaul
 ServerConfigHelper::~ServerConfigHelper() = default;
 
 bool ServerConfigHelper::isFileExist(bool isTest) {
-    try {
+    return grs::Guarded(__LINE__, kIsFileExist, false, [&] {
         GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
         m_countryCode = store->GetCountryCode();
         m_asiaCountrySet = store->GetAsiaCountrySet();
@@ -195,40 +196,29 @@ bool ServerConfigHelper::isFileExist(bool isTest) {
         // and is not reported as missing, just as with the test first.
         std::string text;
         if (ReadServerAddressFile(path, text)) {
-            LoadText(text, m_countryCode);
+            ApplyText(text, m_countryCode, m_servers, [this](const std::string& json, ServersByCountry& byCountry) {
+                loadServersMap(json, byCountry);
+            });
         } else if (!grs::PathExists(grs::WithExtendedPrefix(path))) {
-            grs::log::Error(122, kIsFileExist, L"Load serverconfig to init url fail, serverAddresPath: " + path);
+            grs::log::Error(kLineFileMissing, kIsFileExist,
+                            L"Load serverconfig to init url fail, serverAddresPath: " + path);
             return false;
         }
         if (m_servers.empty()) return false;
         InitLocalServiceUrl();
-        grs::log::Info(119, kIsFileExist, "Load serverconfig to init url");
+        grs::log::Info(kLineLoaded, kIsFileExist, "Load serverconfig to init url");
         return true;
-    } catch (...) {
-        grs::log::CurrentException(__LINE__, kIsFileExist);
-    }
-    return false;
+    });
 }
 
 void ServerConfigHelper::Load(std::wstring countryCode, bool /*isTest*/) {
-    try {
+    grs::Guarded(kLineLoadFailed, kLoad, [&] {
         std::string text;
-        if (ReadServerAddressFile(grs::ServerAddressPath(), text)) LoadText(text, countryCode);
-    } catch (...) {
-        grs::log::CurrentException(156, kLoad);
-    }
-}
-
-void ServerConfigHelper::LoadText(const std::string& text, const std::wstring& countryCode) {
-    try {
-        ServersByCountry serversByCountry;
-        loadServersMap(text, serversByCountry);
-        const auto entry = serversByCountry.find(countryCode);
-        // A move leaves the map either as it was or wholly replaced.
-        if (entry != serversByCountry.end()) m_servers = std::move(entry->second);
-    } catch (...) {
-        grs::log::CurrentException(156, kLoad);
-    }
+        if (ReadServerAddressFile(grs::ServerAddressPath(), text))
+            ApplyText(text, countryCode, m_servers, [this](const std::string& json, ServersByCountry& byCountry) {
+                loadServersMap(json, byCountry);
+            });
+    });
 }
 
 void ServerConfigHelper::loadServersMap(
@@ -236,10 +226,11 @@ void ServerConfigHelper::loadServersMap(
     const ServerRegion region = grs::ChooseServerRegion(m_countryCode, m_asiaCountrySet, m_europeCountrySet);
     grs::RegionScan scan = grs::ScanRegion(jsonText, grs::ServerRegionMember(region));
     if (scan.syntaxError) {
-        grs::log::Error(258, kLoadServersMap, "[ServerConfigHelper::loadServersMap] Parse ServerConfig Error");
+        grs::log::Error(kLineParseError, kLoadServersMap,
+                        "[ServerConfigHelper::loadServersMap] Parse ServerConfig Error");
         // Where it broke, for whoever edits the file by hand.
         const grs::ParseErrorPlace place = grs::DescribeParseError(jsonText, scan.errorOffset, scan.errorCode);
-        grs::log::Error(258, kLoadServersMap,
+        grs::log::Error(kLineParseError, kLoadServersMap,
                         "[ServerConfigHelper::loadServersMap] ServerConfig broken at offset " +
                             std::to_string(scan.errorOffset) + " (line " + std::to_string(place.line) + ", column " +
                             std::to_string(place.column) + "): " + place.message);
@@ -253,11 +244,12 @@ void ServerConfigHelper::loadServersMap(
 }
 
 std::wstring ServerConfigHelper::GetServerAddress(ServiceAddressEnum service, bool isTest) {
-    try {
+    return grs::Guarded(__LINE__, kGetServerAddress, std::wstring(), [&] {
         if (m_servers.empty()) {
             Load(m_countryCode, isTest);
             if (m_servers.empty()) {
-                grs::log::Error(167, kGetServerAddress, "[ServerConfigHelper::GetServerAddress] servers is empty");
+                grs::log::Error(kLineServersEmpty, kGetServerAddress,
+                                "[ServerConfigHelper::GetServerAddress] servers is empty");
                 return std::wstring();
             }
         }
@@ -266,14 +258,11 @@ std::wstring ServerConfigHelper::GetServerAddress(ServiceAddressEnum service, bo
         if (key == keys.end()) return std::wstring();
         const auto address = m_servers.find(key->second);
         return address == m_servers.end() ? std::wstring() : address->second;
-    } catch (...) {
-        grs::log::CurrentException(__LINE__, kGetServerAddress);
-    }
-    return std::wstring();
+    });
 }
 
 void ServerConfigHelper::InitLocalServiceUrl() {
-    try {
+    grs::Guarded(__LINE__, kInitLocalServiceUrl, [&] {
         GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
         if (m_servers.empty()) {
             // Each lookup tries to load the file (and logs that it failed).
@@ -288,7 +277,5 @@ void ServerConfigHelper::InitLocalServiceUrl() {
             const auto address = m_servers.find(keys.at(step.service));
             (store->*step.setter)(address == m_servers.end() ? kNone : address->second);
         }
-    } catch (...) {
-        grs::log::CurrentException(__LINE__, kInitLocalServiceUrl);
-    }
+    });
 }

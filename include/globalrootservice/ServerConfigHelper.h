@@ -42,8 +42,6 @@ private:
 
     void loadServersMap(const std::string& jsonText,
                         std::map<std::wstring, std::map<std::wstring, std::wstring>>& serversByCountry);
-    // Load's work once the file's text is read.
-    void LoadText(const std::string& text, const std::wstring& countryCode);
 
     RegionServers m_servers;
     std::wstring m_testFileName;

@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <map>
+#include <set>
 #include <string>
 
 #include "globalrootservice/GlobalRootService.h"
@@ -76,6 +77,16 @@ TEST(ClientSurface, DllExportsTheFrameAndEveryClassMember) {
     };
     // clang-format on
     for (const char* name : expected) EXPECT_EQ(names.count(name), 1u) << name << " is not exported";
+    // And nothing more of the exported classes: a new member, private or not,
+    // would change what the client links against.
+    const std::set<std::string> known(std::begin(expected), std::end(expected));
+    for (const auto& name : names) {
+        for (const char* prefix : {"Zorvane::", "GlobalParameter::", "ServerConfigHelper::", "IniFileHelper::",
+                                   "IniFileHelperA::", "ClientInitialize::"}) {
+            if (name.first.rfind(prefix, 0) == 0)
+                EXPECT_EQ(known.count(name.first), 1u) << name.first << " is exported";
+        }
+    }
 
     // Copy and move assignment of ClientInitialize, both IsExistKey overloads,
     // and ServerConfigHelper's default and copy constructors (two variants each).

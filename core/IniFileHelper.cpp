@@ -14,6 +14,13 @@
 
 namespace {
 
+// The tags of this file's operations, in log lines and at their exception edge.
+constexpr char kWriteIniKeyValue[] = "IniFileHelper::WriteIniKeyValue";
+constexpr char kReadIniValueByKeyTypeWString[] = "IniFileHelper::ReadIniValueByKeyTypeWString";
+constexpr char kReadIniValueByKeyTypeString[] = "IniFileHelper::ReadIniValueByKeyTypeString";
+constexpr char kWriteIniKeyValueA[] = "IniFileHelperA::WriteIniKeyValueA";
+constexpr char kReadIniValueByKeyTypeStringA[] = "IniFileHelperA::ReadIniValueByKeyTypeString";
+
 constexpr DWORD kValueBufferSize = 260;
 
 // The wide and narrow helpers differ only in which file and profile
@@ -82,18 +89,17 @@ IniFileHelper& IniFileHelper::operator=(const IniFileHelper& other) {
 }
 
 void IniFileHelper::WriteIniKeyValue(std::wstring key, std::wstring value) {
-    constexpr const char* kFunction = "IniFileHelper::WriteIniKeyValue";
-    grs::Guarded(__LINE__, kFunction,
-                 [&] { WriteValue(m_filePath, m_section, key, std::move(value), __LINE__, kFunction); });
+    grs::Guarded(__LINE__, kWriteIniKeyValue,
+                 [&] { WriteValue(m_filePath, m_section, key, std::move(value), __LINE__, kWriteIniKeyValue); });
 }
 
 std::wstring IniFileHelper::ReadIniValueByKeyTypeWString(const wchar_t* key) {
-    return grs::Guarded(__LINE__, "IniFileHelper::ReadIniValueByKeyTypeWString", std::wstring(),
+    return grs::Guarded(__LINE__, kReadIniValueByKeyTypeWString, std::wstring(),
                         [&] { return ReadValue(m_filePath, m_section, key); });
 }
 
 std::string IniFileHelper::ReadIniValueByKeyTypeString(const wchar_t* key) {
-    return grs::Guarded(__LINE__, "IniFileHelper::ReadIniValueByKeyTypeString", std::string(), [&] {
+    return grs::Guarded(__LINE__, kReadIniValueByKeyTypeString, std::string(), [&] {
         // The ANSI code page on purpose: callers want the system's local encoding.
         return grs::WideToMultiByte(ReadValue(m_filePath, m_section, key), grs::kCodePageAnsi);
     });
@@ -112,12 +118,11 @@ IniFileHelperA& IniFileHelperA::operator=(const IniFileHelperA& other) {
 }
 
 void IniFileHelperA::WriteIniKeyValueA(std::string key, std::string value) {
-    constexpr const char* kFunction = "IniFileHelperA::WriteIniKeyValueA";
-    grs::Guarded(__LINE__, kFunction,
-                 [&] { WriteValue(m_filePath, m_section, key, std::move(value), __LINE__, kFunction); });
+    grs::Guarded(__LINE__, kWriteIniKeyValueA,
+                 [&] { WriteValue(m_filePath, m_section, key, std::move(value), __LINE__, kWriteIniKeyValueA); });
 }
 
 std::string IniFileHelperA::ReadIniValueByKeyTypeString(const char* key) {
-    return grs::Guarded(__LINE__, "IniFileHelperA::ReadIniValueByKeyTypeString", std::string(),
+    return grs::Guarded(__LINE__, kReadIniValueByKeyTypeStringA, std::string(),
                         [&] { return ReadValue(m_filePath, m_section, key); });
 }

@@ -8,11 +8,13 @@
 #include "globalrootservice/Zorvane.h"
 
 namespace {
+
+// The tags of this file's operations, in log lines and at their exception edge.
 constexpr char kZRVInfoInitialise[] = "Zorvane::ZRVInfoInitialise";
+
 }  // namespace
 
 void Zorvane::ZRVInfoInitialise(bool fromCache, bool& succeeded) {
-    succeeded = false;
     succeeded = grs::Guarded(__LINE__, kZRVInfoInitialise, false, [&] {
         const std::unique_ptr<st_ZRVInfo> record(GetZRVInfo(fromCache));
         if (!record || record->isSuccess != 1 || record->services.empty()) return false;

@@ -12,11 +12,16 @@
 #include "route/RouteDetail.h"
 #include "globalrootservice/ZRVInfo.h"
 
+namespace {
+
+// The tags of this file's operations, in log lines and at their exception edge.
+constexpr char kGetDeserialize[] = "Zorvane::GetDeserialize";
+
+}  // namespace
+
 namespace grs::route {
 
 namespace {
-
-constexpr char kGetDeserialize[] = "Zorvane::GetDeserialize";
 
 // A string member as UTF-16, converted in-line. Strings are read in place;
 // other types go through the library's own string conversion (an integer

@@ -15,9 +15,10 @@
 
 namespace {
 
+// The tags of this file's operations, in log lines and at their exception edge.
 constexpr char kGetZRVInfo[] = "Zorvane::GetZRVInfo";
-constexpr char kFromLocal[] = "Zorvane::GetZRVInfoFromLocal";
-constexpr char kFromRemote[] = "Zorvane::GetZRVInfoFromRemote";
+constexpr char kGetZRVInfoFromRemote[] = "Zorvane::GetZRVInfoFromRemote";
+constexpr char kGetZRVInfoFromLocal[] = "Zorvane::GetZRVInfoFromLocal";
 
 // The client's application name in the routing server's request path.
 const wchar_t kApplicationName[] = L"ombrine";
@@ -76,7 +77,7 @@ bool Zorvane::GetZRVInfoFromRemote(st_ZRVInfo*& record, std::wstring baseUrl) {
     const bool hadRecord = record != nullptr;
     // Empty only after an exception.
     const std::optional<bool> handled =
-        grs::Guarded(__LINE__, kFromRemote, std::optional<bool>(), [&]() -> std::optional<bool> {
+        grs::Guarded(__LINE__, kGetZRVInfoFromRemote, std::optional<bool>(), [&]() -> std::optional<bool> {
             std::wstring country = AccountSession::GetInstance()->GetCurrentCountryCode();
             if (country.empty()) country = GlobalParamWrapper::GetInstance()->GetCountryCode();
             const std::wstring url = baseUrl + L"/zrv/1.0/" + kApplicationName + L"/router?reg_country=" + country;
@@ -94,11 +95,11 @@ bool Zorvane::GetZRVInfoFromRemote(st_ZRVInfo*& record, std::wstring baseUrl) {
             const std::string period =
                 grs::route::CachePeriodText(cacheControl == headers.end() ? std::string() : cacheControl->second);
             std::string now = std::to_string(grs::route::NowMilliseconds());
-            grs::log::Info(__LINE__, kFromRemote, period);
-            grs::log::Info(__LINE__, kFromRemote, now);
+            grs::log::Info(__LINE__, kGetZRVInfoFromRemote, period);
+            grs::log::Info(__LINE__, kGetZRVInfoFromRemote, now);
             if (now.size() > 15) {
                 now.clear();
-                grs::log::Error(__LINE__, kFromRemote, "get current time out of length.");
+                grs::log::Error(__LINE__, kGetZRVInfoFromRemote, "get current time out of length.");
             }
             if (!grs::CopyToField(record->currentTime, grs::Utf8ToWide(now)) ||
                 !grs::CopyToField(record->effectivePeriod, grs::Utf8ToWide(period))) {
@@ -109,7 +110,7 @@ bool Zorvane::GetZRVInfoFromRemote(st_ZRVInfo*& record, std::wstring baseUrl) {
 
             std::wstring cache = grs::Utf8ToWide(SerializeZRV(record));
             ConfigEntityManager::GetInstance()->updateConfigContent(ConfigEntityRouteCache, cache);
-            grs::log::Info(__LINE__, kFromRemote, "update zrv from remote.");
+            grs::log::Info(__LINE__, kGetZRVInfoFromRemote, "update zrv from remote.");
             return true;
         });
     if (handled) return *handled;
@@ -119,7 +120,7 @@ bool Zorvane::GetZRVInfoFromRemote(st_ZRVInfo*& record, std::wstring baseUrl) {
 }
 
 void Zorvane::GetZRVInfoFromLocal(st_ZRVInfo*& record, bool checkFreshness) {
-    const bool completed = grs::Guarded(__LINE__, kFromLocal, false, [&] {
+    const bool completed = grs::Guarded(__LINE__, kGetZRVInfoFromLocal, false, [&] {
         const std::string content =
             grs::WideToUtf8(ConfigEntityManager::GetInstance()->GetConfigContentByType(ConfigEntityRouteCache));
         const std::wstring userCountry = AccountSession::GetInstance()->GetCurrentCountryCode();
@@ -135,9 +136,9 @@ void Zorvane::GetZRVInfoFromLocal(st_ZRVInfo*& record, bool checkFreshness) {
         if (!checkFreshness) {
             // The last resort: age does not matter, the country does.
             if (record->countryCode == userCountry) {
-                grs::log::Info(__LINE__, kFromLocal, "update ZRV from remote fail,use confilefile update");
+                grs::log::Info(__LINE__, kGetZRVInfoFromLocal, "update ZRV from remote fail,use confilefile update");
             } else {
-                grs::log::Info(__LINE__, kFromLocal,
+                grs::log::Info(__LINE__, kGetZRVInfoFromLocal,
                                "update ZRV from remote fail, countrycode is different, use serverconfile");
                 Drop(record);
             }
@@ -150,13 +151,14 @@ void Zorvane::GetZRVInfoFromLocal(st_ZRVInfo*& record, bool checkFreshness) {
                                         record->countryCode, userCountry, grs::route::NowMilliseconds());
         switch (freshness) {
             case grs::route::CacheFreshness::Fresh:
-                grs::log::Info(__LINE__, kFromLocal, "not update ZRV, use address from configfile");
+                grs::log::Info(__LINE__, kGetZRVInfoFromLocal, "not update ZRV, use address from configfile");
                 return true;
             case grs::route::CacheFreshness::TimeTooLongOrNoCountry:
-                grs::log::Error(__LINE__, kFromLocal, "get current time out of length or not get user countryCode.");
+                grs::log::Error(__LINE__, kGetZRVInfoFromLocal,
+                                "get current time out of length or not get user countryCode.");
                 break;
             case grs::route::CacheFreshness::OtherCountry:
-                grs::log::Info(__LINE__, kFromLocal, "update ZRV, countryCode is different");
+                grs::log::Info(__LINE__, kGetZRVInfoFromLocal, "update ZRV, countryCode is different");
                 break;
             case grs::route::CacheFreshness::MissingTime:
             case grs::route::CacheFreshness::Expired:

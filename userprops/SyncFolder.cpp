@@ -12,16 +12,18 @@
 
 namespace {
 
-namespace Db = PropertyDb::MainDatabaseProvider;
+// The tags of this file's operations, in log lines and at their exception edge.
+constexpr char kCheckPathInSyncFolder[] = "ClientInitialize::CheckPathInSyncFolder";
+constexpr char kBaseDataCloseSyncFolder[] = "ClientInitialize::BaseDataCloseSyncFolder";
+constexpr char kCopySyncFolderToCache[] = "ClientInitialize::CopySyncFolderToCache";
+constexpr char kCopyCacheFile[] = "ClientInitialize::CopyCacheFile";
+constexpr char kCheckCacheFile[] = "ClientInitialize::CheckCacheFile";
 
-constexpr const char* kCheckPath = "ClientInitialize::CheckPathInSyncFolder";
-constexpr const char* kCopyToCache = "ClientInitialize::CopySyncFolderToCache";
-constexpr const char* kCheckCacheFile = "ClientInitialize::CheckCacheFile";
-constexpr const char* kCopyCacheFile = "ClientInitialize::CopyCacheFile";
+namespace Db = PropertyDb::MainDatabaseProvider;
 
 void StartCacheCopy(const std::wstring& source, const std::wstring& destination) {
     // The thread owns copies of both paths; it never sees the rows.
-    grs::StartWorker(__LINE__, kCheckPath,
+    grs::StartWorker(__LINE__, kCheckPathInSyncFolder,
                      [source, destination] { ClientInitialize::CopySyncFolderToCache(source, destination); });
 }
 
@@ -41,17 +43,16 @@ unsigned long long GetFileSizeByPath(const std::wstring& path) {
 }  // namespace grs
 
 bool ClientInitialize::BaseDataCloseSyncFolder(std::vector<PropertyDb::UserProperties>& properties) {
-    constexpr const char* kFunction = "ClientInitialize::BaseDataCloseSyncFolder";
-    return grs::Guarded(__LINE__, kFunction, true, [&] {
+    return grs::Guarded(__LINE__, kBaseDataCloseSyncFolder, true, [&] {
         GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
-        grs::log::Info(__LINE__, kFunction, "Get User Grade Code is " + store->GetUserGradeCode());
+        grs::log::Info(__LINE__, kBaseDataCloseSyncFolder, "Get User Grade Code is " + store->GetUserGradeCode());
         if (store->CheckFunctionOpen(NewBusinessSyncFunction)) return false;
         for (PropertyDb::UserProperties& row : properties) {
             if (row.value != L"1") continue;
             if (row.key == L"IsSyncSwitchOpen") {
-                grs::log::Info(__LINE__, kFunction, L"Base data service update IsSyncSwitchOpen");
+                grs::log::Info(__LINE__, kBaseDataCloseSyncFolder, L"Base data service update IsSyncSwitchOpen");
             } else if (row.key == L"IsSyncSwitchOnceOpen") {
-                grs::log::Info(__LINE__, kFunction, L"Base data service update IsSyncSwitchOnceOpen");
+                grs::log::Info(__LINE__, kBaseDataCloseSyncFolder, L"Base data service update IsSyncSwitchOnceOpen");
             } else {
                 continue;
             }
@@ -63,8 +64,8 @@ bool ClientInitialize::BaseDataCloseSyncFolder(std::vector<PropertyDb::UserPrope
 }
 
 bool ClientInitialize::CheckPathInSyncFolder(std::vector<PropertyDb::UserProperties>& properties) {
-    return grs::Guarded(__LINE__, kCheckPath, false, [&] {
-        grs::log::Info(__LINE__, kCheckPath, L"CopySyncFolderToCache check start");
+    return grs::Guarded(__LINE__, kCheckPathInSyncFolder, false, [&] {
+        grs::log::Info(__LINE__, kCheckPathInSyncFolder, L"CopySyncFolderToCache check start");
         std::wstring syncPath;
         for (const PropertyDb::UserProperties& row : properties) {
             if (row.key == L"SyncCloudFolder") {
@@ -73,7 +74,7 @@ bool ClientInitialize::CheckPathInSyncFolder(std::vector<PropertyDb::UserPropert
             }
         }
         if (syncPath.empty()) {
-            grs::log::Info(__LINE__, kCheckPath, L"CopySyncFolderToCache syncCloudPath empty");
+            grs::log::Info(__LINE__, kCheckPathInSyncFolder, L"CopySyncFolderToCache syncCloudPath empty");
             return false;
         }
         syncPath += L'\\';
@@ -84,18 +85,20 @@ bool ClientInitialize::CheckPathInSyncFolder(std::vector<PropertyDb::UserPropert
             const bool isDownload = row.key == L"NewDownLoadFolder" || row.key == L"DownLoadFolder";
             if (!(isCache || isDownload) || !grs::LiesInSyncFolder(grs::ToLongPath(row.value), syncPath)) continue;
             if (isCache) {
-                grs::log::Info(__LINE__, kCheckPath, L"CopySyncFolderToCache update CacheFolder path");
+                grs::log::Info(__LINE__, kCheckPathInSyncFolder, L"CopySyncFolderToCache update CacheFolder path");
                 const std::wstring oldCache = row.value;
                 row.value = grs::ProfileCloudFolder(L"Cache");
                 Db::UpdateUserProperties(L"CacheFolder", row.value);
-                grs::log::Info(__LINE__, kCheckPath, L"CopySyncFolderToCache update CacheFolder path = " + row.value);
+                grs::log::Info(__LINE__, kCheckPathInSyncFolder,
+                               L"CopySyncFolderToCache update CacheFolder path = " + row.value);
                 StartCacheCopy(oldCache, row.value);
             } else {
                 row.value = grs::DefaultDownloadsFolder();
                 // The new key even for an old-style row.
                 Db::UpdateUserProperties(L"NewDownLoadFolder", row.value);
                 Db::UpdateUserProperties(L"IsOpenDownloadWnd", L"1");
-                grs::log::Info(__LINE__, kCheckPath, L"CopySyncFolderToCache update downloadPath = " + row.value);
+                grs::log::Info(__LINE__, kCheckPathInSyncFolder,
+                               L"CopySyncFolderToCache update downloadPath = " + row.value);
             }
             moved = true;
         }
@@ -104,27 +107,27 @@ bool ClientInitialize::CheckPathInSyncFolder(std::vector<PropertyDb::UserPropert
             GlobalParamWrapper::GetInstance()->SetModPathRes(true);
             properties = Db::GetAllUserProperties();
         }
-        grs::log::Info(__LINE__, kCheckPath, L"CopySyncFolderToCache check end");
+        grs::log::Info(__LINE__, kCheckPathInSyncFolder, L"CopySyncFolderToCache check end");
         return moved;
     });
 }
 
 bool ClientInitialize::CopySyncFolderToCache(const std::wstring& sourceFolder, const std::wstring& destinationFolder) {
     GlobalParamWrapper* store = GlobalParamWrapper::GetInstance();
-    grs::Guarded(__LINE__, kCopyToCache, [&] {
+    grs::Guarded(__LINE__, kCopySyncFolderToCache, [&] {
         store->SettCacheCopyRes(true);
         const std::wstring hash = grs::CurrentUserHash();
         const std::wstring sourceRoot = sourceFolder + L"\\" + hash;
         const std::wstring destinationRoot = destinationFolder + L"\\" + hash;
-        grs::log::Info(__LINE__, kCopyToCache, L"CopySyncFolderToCache start copy SyncThumbnailFile");
+        grs::log::Info(__LINE__, kCopySyncFolderToCache, L"CopySyncFolderToCache start copy SyncThumbnailFile");
         CheckCacheFile(sourceRoot + L"\\SyncThumbnailFile", destinationRoot + L"\\SyncThumbnailFile");
-        grs::log::Info(__LINE__, kCopyToCache, L"CopySyncFolderToCache start copy LcdSyncThumbnailFile");
+        grs::log::Info(__LINE__, kCopySyncFolderToCache, L"CopySyncFolderToCache start copy LcdSyncThumbnailFile");
         CheckCacheFile(sourceRoot + L"\\LcdSyncThumbnailFile", destinationRoot + L"\\LcdSyncThumbnailFile");
     });
     // The end is reported on every path: the client waits for it.
-    grs::Guarded(__LINE__, kCopyToCache, [&] {
+    grs::Guarded(__LINE__, kCopySyncFolderToCache, [&] {
         store->SettCacheCopyRes(false);
-        grs::log::Info(__LINE__, kCopyToCache, L"CopySyncFolderToCache end copy");
+        grs::log::Info(__LINE__, kCopySyncFolderToCache, L"CopySyncFolderToCache end copy");
     });
     return false;
 }

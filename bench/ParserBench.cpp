@@ -13,6 +13,7 @@
 #define SI_IMPLEMENTATION
 #include "SimpleIni.h"
 #include "bench/Ratios.h"
+#include "core/UniqueResource.h"
 #include "core/IniFile.h"
 #include "core/TextUtil.h"
 #include "globalrootservice/Zorvane.h"
@@ -297,8 +298,8 @@ std::wstring ThumbnailTree() {
 void BareCopyTree(const std::wstring& source, const std::wstring& destination, bool create) {
     ::CreateDirectoryW(destination.c_str(), nullptr);
     WIN32_FIND_DATAW entry;
-    HANDLE find = ::FindFirstFileW((source + L"\\*").c_str(), &entry);
-    if (find == INVALID_HANDLE_VALUE) return;
+    const grs::UniqueFind find(::FindFirstFileW((source + L"\\*").c_str(), &entry));
+    if (!find) return;
     do {
         const std::wstring name = entry.cFileName;
         if (name == L"." || name == L"..") continue;
@@ -308,12 +309,11 @@ void BareCopyTree(const std::wstring& source, const std::wstring& destination, b
             continue;
         }
         if (create) {
-            ::CloseHandle(::CreateFileW(to.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_WRITE, nullptr,
-                                        OPEN_ALWAYS, FILE_FLAG_OVERLAPPED, nullptr));
+            const grs::UniqueFile created(::CreateFileW(to.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_WRITE,
+                                                        nullptr, OPEN_ALWAYS, FILE_FLAG_OVERLAPPED, nullptr));
         }
         ::CopyFileW((source + L"\\" + name).c_str(), to.c_str(), FALSE);
-    } while (::FindNextFileW(find, &entry));
-    ::FindClose(find);
+    } while (::FindNextFileW(find.get(), &entry));
 }
 
 // The library's walk, the bare walk and the bare walk with the destination

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "bench/Ratios.h"
+#include "core/UniqueResource.h"
 #include "core/TextUtil.h"
 #include "globalrootservice/collaborators/AccountSession.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
@@ -94,8 +95,7 @@ bool Exists(const std::wstring& path) {
 
 void FindEntry(const std::wstring& path) {
     WIN32_FIND_DATAW entry;
-    const HANDLE find = ::FindFirstFileW(path.c_str(), &entry);
-    if (find != INVALID_HANDLE_VALUE) ::FindClose(find);
+    const grs::UniqueFind find(::FindFirstFileW(path.c_str(), &entry));
 }
 
 void SetAttributes(const std::wstring& path, DWORD attributes) {
@@ -114,14 +114,13 @@ void ChangeSettingsFile(const std::wstring& path) {
 
 // The start-with-Windows check: the Run value read once.
 void ReadRunValue() {
-    HKEY key = nullptr;
-    if (::RegOpenKeyExW(HKEY_CURRENT_USER, L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run", 0, KEY_READ, &key) !=
-        ERROR_SUCCESS)
+    grs::UniqueKey key;
+    if (::RegOpenKeyExW(HKEY_CURRENT_USER, L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run", 0, KEY_READ,
+                        key.put()) != ERROR_SUCCESS)
         return;
     wchar_t command[260] = {};
     DWORD bytes = sizeof command;
-    ::RegGetValueW(key, nullptr, L"QIRENT Cloud", RRF_RT_REG_SZ, nullptr, command, &bytes);
-    ::RegCloseKey(key);
+    ::RegGetValueW(key.get(), nullptr, L"QIRENT Cloud", RRF_RT_REG_SZ, nullptr, command, &bytes);
 }
 
 // Reads a file whole and writes its bytes to a file beside it (for files that

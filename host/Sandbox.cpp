@@ -198,24 +198,23 @@ bool Sandbox::StartRoutingServers(const std::vector<std::string>& modes, int max
     for (const std::string& mode : modes) command += L" --server " + FromUtf8(mode);
 
     SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
-    HANDLE log = ::CreateFileW(RouteServerLog().c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
-                               OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    grs::UniqueFile log(::CreateFileW(RouteServerLog().c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                      &inherit, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = log;
-    startup.hStdError = log;
+    startup.hStdOutput = log.get();
+    startup.hStdError = log.get();
     startup.hStdInput = ::GetStdHandle(STD_INPUT_HANDLE);
     PROCESS_INFORMATION process = {};
     const BOOL started = ::CreateProcessW(nullptr, &command[0], nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
                                           nullptr, &startup, &process);
-    if (log != INVALID_HANDLE_VALUE) ::CloseHandle(log);
+    log.reset();  // the child has its own handle now
     if (!started) {
         error = "cannot start route-server.exe (error " + std::to_string(::GetLastError()) + ")";
         return false;
     }
-    ::CloseHandle(process.hThread);
-    m_routeServerProcess = process.hProcess;
+    m_routeServerProcess = std::move(grs::UniqueProcess(process).process);
 
     // Wait (bounded) for the servers to report their ports.
     for (int waited = 0; waited < 15000; waited += 50) {
@@ -232,7 +231,7 @@ bool Sandbox::StartRoutingServers(const std::vector<std::string>& modes, int max
             }
             return true;
         }
-        if (::WaitForSingleObject(m_routeServerProcess, 50) == WAIT_OBJECT_0) break;
+        if (::WaitForSingleObject(m_routeServerProcess.get(), 50) == WAIT_OBJECT_0) break;
     }
     error = "route-server did not start; see " + ToUtf8(RouteServerLog());
     return false;
@@ -240,10 +239,9 @@ bool Sandbox::StartRoutingServers(const std::vector<std::string>& modes, int max
 
 void Sandbox::StopRoutingServers() {
     if (m_routeServerProcess) {
-        ::TerminateProcess(static_cast<HANDLE>(m_routeServerProcess), 0);
-        ::WaitForSingleObject(static_cast<HANDLE>(m_routeServerProcess), 5000);
-        ::CloseHandle(static_cast<HANDLE>(m_routeServerProcess));
-        m_routeServerProcess = nullptr;
+        ::TerminateProcess(m_routeServerProcess.get(), 0);
+        ::WaitForSingleObject(m_routeServerProcess.get(), 5000);
+        m_routeServerProcess.reset();
     }
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "core/UniqueResource.h"
 #include "support/Files.h"
 
 namespace host {
@@ -47,7 +48,7 @@ private:
     std::wstring m_root;
     std::wstring m_hostFolder;
     std::vector<RoutingServer> m_servers;
-    void* m_routeServerProcess = nullptr;
+    grs::UniqueHandle m_routeServerProcess;
 };
 
 bool WriteTextFile(const std::wstring& path, const std::string& text);

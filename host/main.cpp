@@ -17,6 +17,8 @@
 #include <thread>
 #include <vector>
 
+#include "core/PathUtil.h"
+#include "core/UniqueResource.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "host/HostOptions.h"
 #include "host/Inspect.h"
@@ -54,10 +56,7 @@ struct Report {
 };
 
 std::wstring HostFolder() {
-    wchar_t path[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    std::wstring folder = path;
-    return folder.substr(0, folder.find_last_of(L'\\') + 1);
+    return grs::DirectoryWithSeparator(grs::HostExecutablePath());
 }
 
 // Runs one step of the start sequence, timing it.
@@ -285,16 +284,13 @@ class DemoRegistry {
 public:
     DemoRegistry() {
         if (::RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\GlobalRootServiceDemo\\HKCU", 0, nullptr, 0,
-                              KEY_ALL_ACCESS, nullptr, &m_key, nullptr) == ERROR_SUCCESS)
-            ::RegOverridePredefKey(HKEY_CURRENT_USER, m_key);
+                              KEY_ALL_ACCESS, nullptr, m_key.put(), nullptr) == ERROR_SUCCESS)
+            ::RegOverridePredefKey(HKEY_CURRENT_USER, m_key.get());
     }
-    ~DemoRegistry() {
-        ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
-        if (m_key) ::RegCloseKey(m_key);
-    }
+    ~DemoRegistry() { ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr); }
 
 private:
-    HKEY m_key = nullptr;
+    grs::UniqueKey m_key;
 };
 
 }  // namespace
@@ -302,6 +298,7 @@ private:
 int main() {
     int argc = 0;
     LPWSTR* argv = ::CommandLineToArgvW(::GetCommandLineW(), &argc);
+    const grs::UniqueLocal argvMemory(argv);
     host::Options options;
     std::string error;
     if (!host::ParseOptions(argc, argv, options, error) || options.help) {
@@ -309,7 +306,6 @@ int main() {
                      host::UsageText());
         return options.help ? 0 : 2;
     }
-    ::LocalFree(argv);
     if (options.inspect) {
         try {
             return host::inspect::RunInspect(options);

@@ -100,7 +100,8 @@ std::wstring IniFileHelper::ReadIniValueByKeyTypeWString(const wchar_t* key) {
 
 std::string IniFileHelper::ReadIniValueByKeyTypeString(const wchar_t* key) {
     return grs::Guarded(__LINE__, kReadIniValueByKeyTypeString, std::string(), [&] {
-        // The ANSI code page on purpose: callers want the system's local encoding.
+        // COMPAT: the ANSI code page, not UTF-8: callers want the system's local
+        // encoding, and characters it lacks come back as '?'.
         return grs::WideToMultiByte(ReadValue(m_filePath, m_section, key), grs::kCodePageAnsi);
     });
 }

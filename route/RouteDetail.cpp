@@ -36,6 +36,8 @@ long long ExpiryOf(long long periodSeconds, long long obtainedMs) {
 
 }  // namespace
 
+// COMPAT: at most five characters after the last '=': a max-age of 100000
+// seconds or more is cut, as the client has always read it.
 std::string CachePeriodText(const std::string& cacheControl) {
     const size_t equals = cacheControl.rfind('=');
     const size_t start = equals == std::string::npos ? 0 : equals + 1;

@@ -10,6 +10,8 @@ std::string Zorvane::SerializeZRV(st_ZRVInfo*& record) {
     return record == nullptr ? std::string() : grs::route::WriteRouteRecord(*record);
 }
 
+// COMPAT: both overloads take the table by value, as exported; nothing in the
+// library calls them on a hot path.
 bool Zorvane::IsExistKey(std::map<std::wstring, std::wstring> map, std::wstring key) {
     return map.find(key) != map.end();
 }

@@ -55,7 +55,7 @@ bool IsAutoCheckUpdateOn(const std::wstring& text);
 
 using ::grs::LeadingInteger;
 
-// "IsJoinUserExperiencePlan" read as a number on purpose: the default "true"
+// COMPAT: "IsJoinUserExperiencePlan" is read as a number (atoi): the default "true"
 // reads as not joined until UpdateSettings writes "0" or "1".
 bool JoinsExperiencePlan(const std::wstring& joinPlan);
 
@@ -90,8 +90,8 @@ enum class RunRegistration {
 
 struct AutoStartPlan {
     AutoStartCase which = AutoStartCase::Off;
-    bool autoStart = false;        // the property record's IsAutoStartUp
-    bool writeFile = false;        // set "IsAutoStartUp" and "IsAutoCheckUpdate" to `autoStart`
+    bool autoStart = false;           // the property record's IsAutoStartUp
+    bool writeFile = false;           // set "IsAutoStartUp" and "IsAutoCheckUpdate" to `autoStart`
     bool setAutoCheckUpdate = false;  // the record's IsAutoCheckUpdate follows `autoStart`
     RunRegistration registration = RunRegistration::Keep;
 };
@@ -119,6 +119,5 @@ inline AutoStartPlan PlanAutoStart(const std::wstring& fileValue, bool registere
     }
     return plan;
 }
-
 
 }  // namespace grs::settings

@@ -94,8 +94,9 @@ inline const wchar_t* FlagText(bool flag) {
 }
 
 // The Run value's command: the quoted executable path followed by
-// " /background". False when it would not fit the 260-character buffer that
-// earlier versions used (259 characters and the terminator).
+// " /background". COMPAT: false when it would not fit the 260-character buffer
+// that earlier versions used (259 characters and the terminator); such an
+// install then never registers.
 bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command);
 
 }  // namespace grs::settings

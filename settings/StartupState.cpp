@@ -73,7 +73,9 @@ bool ClientInitialize::IsNeedCreateShortcut() {
         const bool found = grs::settings::ChangeExistingFile(
             grs::settings::SettingFilePath(), kIsNeedCreateShortcut, [&](CIniFileW& ini) {
                 flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring());
-                return grs::settings::Outcome::Save;  // rewritten unchanged, as the client always did
+                // COMPAT: saved unchanged, as the client always did (the save
+                // writes nothing when the bytes would be the same).
+                return grs::settings::Outcome::Save;
             });
         return found && grs::settings::ReadsShortcutPending(flag);
     });
@@ -102,8 +104,8 @@ void ClientInitialize::RegisterStartingIsOpen(bool open) {
         std::wstring command;
         if (!grs::settings::BuildRunCommand(grs::HostExecutablePath(), command)) return;
 
-        // The size leaves out the terminator, as earlier versions wrote it, so
-        // that their values compare equal.
+        // COMPAT: the size leaves out the terminator, as earlier versions wrote
+        // it, so that their values compare equal.
         const LSTATUS result =
             open ? ::RegSetValueExW(key.get(), kRunValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(command.c_str()),
                                     static_cast<DWORD>(command.size() * sizeof(wchar_t)))

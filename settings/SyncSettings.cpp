@@ -58,9 +58,9 @@ void PrintHttpLog(const std::string& message) {
     std::cout << message << std::endl;
 }
 
-// Loads the file, lets `change` set values in memory and, like the client
-// always did, leaves the file's content alone: only its attributes change.
-// The values reach the file with the next CreateSyncSettingFile.
+// Loads the file and lets `change` set values in memory. COMPAT: the change is
+// never saved, as the client always did: only the file's attributes change,
+// and the values reach the file with the next CreateSyncSettingFile.
 template <typename Change>
 void ChangeSyncCopy(int line, const char* tag, Change change) {
     grs::settings::Guarded(line, tag, [tag, &change] {

@@ -57,7 +57,8 @@ std::vector<PropertyDb::UserProperties> PropertyRows(const st_UserPropertiesShow
                                                      const st_OtherUserProperties& other);
 
 // --- Operating system --------------------------------------------------------
-// Major and build are tested separately on purpose.
+// COMPAT: major and build are tested separately (a later major with a smaller
+// build number does not count), as the client always tested them.
 bool IsWin10Build16299OrLater(unsigned long platformId, unsigned long major, unsigned long build);
 bool IsWin10Build16299OrLater();
 

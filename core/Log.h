@@ -2,6 +2,13 @@
 
 // The library's one way to log: through the client's logger, module 0, never
 // throwing (a failing logger must not turn into a failing operation).
+//
+// Conventions: `function` is the operation's tag, "Class::Operation", kept in
+// a file-scope constant named after the operation (kGetSettings for
+// "ClientInitialize::GetSettings") and used both here and at the operation's
+// exception edge (core/Guarded.h). `line` is the source line, __LINE__; the
+// few line numbers that the client's log readers match on are named
+// constants beside their messages instead (kLine...).
 
 #include <string>
 

@@ -5,59 +5,12 @@
 #include <algorithm>
 #include <cctype>
 
+#include "serverconfig/ServerRegion.h"
 #include "support/Files.h"
 
 namespace host {
 
 namespace {
-
-// The services of the server address file, as the client names them.
-const char* const kServiceKeys[] = {"zrv",
-                                    "zrvbak",
-                                    "zrvbak1",
-                                    "zrvbakru",
-                                    "zrvbakeu",
-                                    "cas",
-                                    "upas",
-                                    "portal",
-                                    "basic",
-                                    "vfs",
-                                    "cloudphoto",
-                                    "business",
-                                    "feedbackannex",
-                                    "feedbackwithannex",
-                                    "feedbacklog",
-                                    "terms",
-                                    "gw",
-                                    "user",
-                                    "club",
-                                    "consumer",
-                                    "cbs",
-                                    "pimds",
-                                    "configbasic",
-                                    "operqrtserverid",
-                                    "trs",
-                                    "push",
-                                    "testzavkooperqrturl",
-                                    "netping",
-                                    "familyshare",
-                                    "consumerbusiness",
-                                    "syncserverurl",
-                                    "cloudphotov2",
-                                    "userInformationservice",
-                                    "help",
-                                    "ubaurl",
-                                    "opensource",
-                                    "content",
-                                    "cbsv3",
-                                    "extension",
-                                    "cloudsyncdrive",
-                                    "qirentccpcurl",
-                                    "scopeurl",
-                                    "dataExtract",
-                                    "cloudServiceAgreement",
-                                    "dmpUpload",
-                                    "logPingUrl"};
 
 // What routing servers answer: the package's own group and a default group.
 const char* const kRoutedKeys[] = {"cas",
@@ -146,14 +99,19 @@ bool Sandbox::WriteServerAddressFiles(std::string& error) {
         std::string json = "{\n";
         for (size_t r = 0; r < 4; ++r) {
             json += "  \"" + std::string(kRegions[r]) + "\": {";
-            for (size_t k = 0; k < sizeof kServiceKeys / sizeof kServiceKeys[0]; ++k) {
+            // The services in the order of their enumeration: the routing
+            // servers (primary, then the four standbys) come first.
+            size_t k = 0;
+            for (const auto& service : grs::ServiceKeys()) {
+                const std::string key = ToUtf8(service.second);
                 std::string address;
-                if (k < 5) {  // the routing servers: primary, then the four standbys
+                if (k < 5) {
                     address = k < m_servers.size() ? ToUtf8(m_servers[k].url) : std::string("http://127.0.0.1:9");
                 } else {
-                    address = "https://" + Lower(kServiceKeys[k]) + "." + kRegions[r] + ".serverconfig.example";
+                    address = "https://" + Lower(key) + "." + kRegions[r] + ".serverconfig.example";
                 }
-                json += std::string(k ? ", " : "") + "\"" + kServiceKeys[k] + "\": \"" + address + "\"";
+                json += std::string(k ? ", " : "") + "\"" + key + "\": \"" + address + "\"";
+                ++k;
             }
             json += r < 3 ? "},\n" : "}\n";
         }

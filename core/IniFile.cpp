@@ -301,6 +301,8 @@ int CIniFileW::Load(const std::wstring& path) {
         parsed.ParseText(text);
         m_sections.swap(parsed.m_sections);
         m_encoding = encoding;
+        m_filePath = path;
+        m_fileBytes.swap(bytes);
         return 1;
     } catch (...) {
         m_loadResult = grs::ReadFileResult::Failed;
@@ -320,7 +322,14 @@ int CIniFileW::Save(const std::wstring& path) {
                                 L", values cut at a line break: " + std::to_wstring(cut));
         }
         IniEncoding encoding = m_encoding;
-        const std::string bytes = Encode(text, encoding);
+        std::string bytes = Encode(text, encoding);
+        // The same bytes to the same file: the write, the flush and the
+        // replace are skipped. Safe: the file held exactly these bytes when
+        // this document read (or wrote) it. If another writer has replaced it
+        // since, writing them again would undo that newer change; skipping
+        // leaves the file as if this save had come first. Either way nobody's
+        // change is lost, and a start on an unchanged file writes nothing.
+        if (bytes == m_fileBytes && !m_filePath.empty() && ::_wcsicmp(path.c_str(), m_filePath.c_str()) == 0) return 1;
         const grs::SaveResult saved = grs::ReplaceFileContent(path, bytes);
         if (!saved.Succeeded()) {
             std::string message = "Not saved: step " + std::string(grs::SaveStepName(saved.failedStep)) + " (" +
@@ -337,6 +346,8 @@ int CIniFileW::Save(const std::wstring& path) {
                                std::to_wstring(saved.refusedReplace) + L": " + path);
         }
         m_encoding = encoding;
+        m_filePath = path;
+        m_fileBytes.swap(bytes);
         // The private-profile functions may cache the old content.
         ::WritePrivateProfileStringW(nullptr, nullptr, nullptr, path.c_str());
         return 1;

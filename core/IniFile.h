@@ -62,7 +62,9 @@ public:
     // what survives a crash and other handles); 1 on success. A failure (0) is
     // logged with the step that failed, an in-place rewrite with the reason.
     // Entries that could not be read back as themselves are not written (see
-    // RenderText). The written file has normal attributes.
+    // RenderText). The written file has normal attributes. A document saved to
+    // the file it was last loaded from or saved to, whose bytes would be the
+    // same as then, is not written again (1, the file untouched).
     int Save(const std::wstring& path);
 
     void Clear();
@@ -90,4 +92,7 @@ private:
     grs::IniEncoding m_encoding = grs::IniEncoding::Utf16Le;
     grs::ReadFileResult m_loadResult = grs::ReadFileResult::Missing;
     unsigned long m_loadError = 0;
+    // The file this document was last read from or written to, and its bytes.
+    std::wstring m_filePath;
+    std::string m_fileBytes;
 };

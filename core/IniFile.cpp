@@ -2,9 +2,11 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstring>
 #include <cwchar>
 #include <exception>
+#include <iterator>
 #include <string_view>
 
 #include "core/FileIo.h"
@@ -14,8 +16,21 @@
 
 namespace grs {
 
-bool IniNameLess::operator()(const std::wstring& a, const std::wstring& b) const {
-    return ::_wcsicmp(a.c_str(), b.c_str()) < 0;
+bool IniNameLess::operator()(std::wstring_view a, std::wstring_view b) const {
+    // ASCII is folded here; from the first other character on, the C
+    // runtime's own folding decides, on the rest of both names.
+    for (size_t i = 0;; ++i) {
+        unsigned long x = i < a.size() ? static_cast<unsigned long>(a[i]) : 0;
+        unsigned long y = i < b.size() ? static_cast<unsigned long>(b[i]) : 0;
+        if (x >= 0x80 || y >= 0x80) {
+            const std::wstring restA(a.substr(std::min(i, a.size()))), restB(b.substr(std::min(i, b.size())));
+            return ::_wcsicmp(restA.c_str(), restB.c_str()) < 0;
+        }
+        if (x >= 'A' && x <= 'Z') x += 'a' - 'A';
+        if (y >= 'A' && y <= 'Z') y += 'a' - 'A';
+        if (x != y) return x < y;
+        if (x == 0) return false;
+    }
 }
 
 }  // namespace grs
@@ -29,10 +44,6 @@ constexpr const char* kLoadFunction = "CIniFileW::Load";
 constexpr const char* kSaveFunction = "CIniFileW::Save";
 // Settings files are a few kilobytes; anything this big is not one of them.
 constexpr unsigned long long kMaxFileBytes = 64ull << 20;
-
-std::wstring TrimName(const std::wstring& name) {
-    return std::wstring(grs::ini::TrimBlanks(std::wstring_view(name)));
-}
 
 // A header starts with "[" and its last character other than a space, tab,
 // CR or LF is "]".
@@ -192,17 +203,41 @@ std::wstring Render(const SectionMap& sections, size_t& leftOut, size_t& cut) {
     return text;
 }
 
+// The entry of that name, added when missing. Names in sorted order (as
+// this library writes them) are appended without a search.
+template <typename Map, typename Make>
+typename Map::mapped_type& FindOrAdd(Map& map, std::wstring_view name, Make make) {
+    const grs::IniNameLess less;
+    auto at = map.end();
+    if (!map.empty() && !less(std::prev(map.end())->first, name)) {
+        at = map.lower_bound(name);
+        if (at != map.end() && !less(name, at->first)) return at->second;
+    }
+    return map.emplace_hint(at, std::wstring(name), make(std::wstring(name)))->second;
+}
+
+CIniFileW::Section& FindOrAddSection(SectionMap& sections, std::wstring_view name) {
+    return FindOrAdd(sections, grs::ini::TrimBlanks(name), [](std::wstring&& trimmed) {
+        CIniFileW::Section section;
+        section.name = std::move(trimmed);
+        return section;
+    });
+}
+
+CIniFileW::Key& FindOrAddKey(CIniFileW::Section& section, std::wstring_view name) {
+    return FindOrAdd(section.keys, grs::ini::TrimBlanks(name), [](std::wstring&& trimmed) {
+        return CIniFileW::Key{std::move(trimmed), std::wstring()};
+    });
+}
+
 }  // namespace
 
 CIniFileW::Key* CIniFileW::Section::AddKey(const std::wstring& name) {
-    const std::wstring trimmed = TrimName(name);
-    auto found = keys.find(trimmed);
-    if (found == keys.end()) found = keys.emplace(trimmed, Key{trimmed, std::wstring()}).first;
-    return &found->second;
+    return &FindOrAddKey(*this, name);
 }
 
 CIniFileW::Key* CIniFileW::Section::FindKey(const std::wstring& name) {
-    const auto found = keys.find(TrimName(name));
+    const auto found = keys.find(grs::ini::TrimBlanks(std::wstring_view(name)));
     return found == keys.end() ? nullptr : &found->second;
 }
 
@@ -211,19 +246,12 @@ void CIniFileW::Clear() {
 }
 
 CIniFileW::Section* CIniFileW::FindSection(const std::wstring& name) {
-    const auto found = m_sections.find(TrimName(name));
+    const auto found = m_sections.find(grs::ini::TrimBlanks(std::wstring_view(name)));
     return found == m_sections.end() ? nullptr : &found->second;
 }
 
 CIniFileW::Section* CIniFileW::AddSection(const std::wstring& name) {
-    const std::wstring trimmed = TrimName(name);
-    auto found = m_sections.find(trimmed);
-    if (found == m_sections.end()) {
-        Section section;
-        section.name = trimmed;
-        found = m_sections.emplace(trimmed, std::move(section)).first;
-    }
-    return &found->second;
+    return &FindOrAddSection(m_sections, name);
 }
 
 CIniFileW::Key* CIniFileW::AddKey(Section* section, const std::wstring& key) {
@@ -256,13 +284,15 @@ void CIniFileW::ParseText(const std::wstring& text) {
 
         if (IsHeaderLine(line)) {
             // Exactly one character off each end, whatever the last one is.
-            current = AddSection(std::wstring(line.substr(1, line.size() - 2)));
+            current = &FindOrAddSection(m_sections, line.substr(1, line.size() - 2));
             continue;
         }
         const size_t equals = line.find(L'=');
         if (equals != std::wstring_view::npos && equals > 0) {
-            if (current != nullptr)
-                current->AddKey(std::wstring(line.substr(0, equals)))->value = std::wstring(line.substr(equals + 1));
+            if (current != nullptr) {
+                const std::wstring_view value = line.substr(equals + 1);
+                FindOrAddKey(*current, line.substr(0, equals)).value.assign(value.data(), value.size());
+            }
             continue;
         }
         // Comments and unrecognised lines are not kept.

@@ -8,15 +8,18 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/FileIo.h"
 
 namespace grs {
 
-// Case-insensitive ordering of names (as _wcsicmp).
+// Case-insensitive ordering of names, exactly as _wcsicmp orders them (which
+// stops at a NUL character); looks up by view as well.
 struct IniNameLess {
-    bool operator()(const std::wstring& a, const std::wstring& b) const;
+    using is_transparent = void;
+    bool operator()(std::wstring_view a, std::wstring_view b) const;
 };
 
 // How a document's bytes were (or will be) stored. A document is written back

@@ -96,6 +96,70 @@ void IniSimpleIni(benchmark::State& state, const IniCase* c) {
     }
 }
 
+// The save a careful writer does: a temporary file beside the target,
+// flushed to the disk, renamed over the target.
+bool DurableReplace(const std::wstring& path, const std::string& bytes) {
+    const std::wstring temporary = path + L".peer.tmp";
+    HANDLE file =
+        ::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return false;
+    DWORD written = 0;
+    const bool flushed = ::WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
+                         ::FlushFileBuffers(file);
+    ::CloseHandle(file);
+    return flushed && ::MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING);
+}
+
+// SimpleIni with the same durable save as the library's.
+void IniSimpleIniDurable(benchmark::State& state, const IniCase* c) {
+    for (auto _ : state) {
+        CSimpleIniW ini;
+        ini.LoadFile(c->path.c_str());
+        std::string bytes;
+        ini.Save(bytes);
+        if (!DurableReplace(c->saved, bytes)) state.SkipWithError("the durable replace failed");
+    }
+}
+
+// The durability and writing cost alone: the durable save of fixed bytes.
+void IniDurableReplace(benchmark::State& state, const IniCase* c) {
+    const std::string bytes = ReadFileBytes(c->path);
+    for (auto _ : state)
+        if (!DurableReplace(c->saved, bytes)) state.SkipWithError("the durable replace failed");
+}
+
+// Parsing and formatting alone, on the bytes in memory.
+void IniCIniFileWInMemory(benchmark::State& state, const IniCase* c) {
+    const std::string bytes = ReadFileBytes(c->path);
+    for (auto _ : state) {
+        CIniFileW ini;
+        ini.ParseText(grs::Utf8ToWide(bytes));
+        benchmark::DoNotOptimize(grs::WideToUtf8(ini.RenderText()));
+    }
+}
+
+void IniSimpleIniInMemory(benchmark::State& state, const IniCase* c) {
+    const std::string bytes = ReadFileBytes(c->path);
+    for (auto _ : state) {
+        CSimpleIniW ini;
+        ini.LoadData(bytes);
+        std::string saved;
+        ini.Save(saved);
+        benchmark::DoNotOptimize(saved);
+    }
+}
+
+// A start on an unchanged file: loaded and saved back to itself.
+void IniCIniFileWUnchanged(benchmark::State& state, const IniCase* c) {
+    const std::wstring path = c->saved + L".unchanged";
+    WriteFileBytes(path, ReadFileBytes(c->path));
+    for (auto _ : state) {
+        CIniFileW ini;
+        ini.Load(path);
+        ini.Save(path);
+    }
+}
+
 void IniSimpleIniLoad(benchmark::State& state, const IniCase* c) {
     for (auto _ : state) {
         CSimpleIniW ini;
@@ -380,6 +444,11 @@ int main(int argc, char** argv) {
         const std::string figure = ini.first;
         RegisterBenchmark((figure + "/CIniFileW").c_str(), IniCIniFileW, ini.second);
         RegisterBenchmark((figure + "/SimpleIni").c_str(), IniSimpleIni, ini.second);
+        RegisterBenchmark((figure + "/SimpleIniDurable").c_str(), IniSimpleIniDurable, ini.second);
+        RegisterBenchmark((figure + "/DurableReplace").c_str(), IniDurableReplace, ini.second);
+        RegisterBenchmark((figure + "/CIniFileWUnchanged").c_str(), IniCIniFileWUnchanged, ini.second);
+        RegisterBenchmark((figure + "InMemory/CIniFileW").c_str(), IniCIniFileWInMemory, ini.second);
+        RegisterBenchmark((figure + "InMemory/SimpleIni").c_str(), IniSimpleIniInMemory, ini.second);
         RegisterBenchmark((figure + "Load/CIniFileW").c_str(), IniCIniFileWLoad, ini.second);
         RegisterBenchmark((figure + "Load/SimpleIni").c_str(), IniSimpleIniLoad, ini.second);
         RegisterBenchmark((figure + "/GetPrivateProfileStringW").c_str(), IniPrivateProfile, ini.second);
@@ -402,14 +471,30 @@ int main(int argc, char** argv) {
 
     using grs::bench::Ratio;
     std::vector<Ratio> ratios = {
-        {"INI load+save, Setting.ini 40 keys: CIniFileW / SimpleIni", "IniSetting40/CIniFileW",
-         "IniSetting40/SimpleIni", 1.0, true},
-        {"INI load+save, 5,000 keys: CIniFileW / SimpleIni", "IniSynthetic5000/CIniFileW", "IniSynthetic5000/SimpleIni",
-         1.0, true},
+        {"INI load+save, 40 keys: CIniFileW / SimpleIni + durable replace", "IniSetting40/CIniFileW",
+         "IniSetting40/SimpleIniDurable", 1.0, true},
+        {"INI load+save, 5,000 keys: CIniFileW / SimpleIni + durable repl.", "IniSynthetic5000/CIniFileW",
+         "IniSynthetic5000/SimpleIniDurable", 1.0, true},
         {"INI load only, 40 keys: CIniFileW / SimpleIni", "IniSetting40Load/CIniFileW", "IniSetting40Load/SimpleIni",
          1.0, true},
         {"INI load only, 5,000 keys: CIniFileW / SimpleIni", "IniSynthetic5000Load/CIniFileW",
          "IniSynthetic5000Load/SimpleIni", 1.0, true},
+        {"INI parse+format in memory, 40 keys: CIniFileW / SimpleIni", "IniSetting40InMemory/CIniFileW",
+         "IniSetting40InMemory/SimpleIni", 0, true},
+        {"INI parse+format in memory, 5,000 keys: CIniFileW / SimpleIni", "IniSynthetic5000InMemory/CIniFileW",
+         "IniSynthetic5000InMemory/SimpleIni", 0, true},
+        {"INI durability, 40 keys: durable replace / SimpleIni + durable", "IniSetting40/DurableReplace",
+         "IniSetting40/SimpleIniDurable", 0, true},
+        {"INI durability, 5,000 keys: durable replace / SimpleIni + durable", "IniSynthetic5000/DurableReplace",
+         "IniSynthetic5000/SimpleIniDurable", 0, true},
+        {"INI durable replace / plain SimpleIni save, 40 keys", "IniSetting40/SimpleIniDurable",
+         "IniSetting40/SimpleIni", 0, true},
+        {"INI unchanged file, 40 keys: CIniFileW / SimpleIni + durable", "IniSetting40/CIniFileWUnchanged",
+         "IniSetting40/SimpleIniDurable", 0, true},
+        {"INI load+save, 40 keys: CIniFileW / plain SimpleIni", "IniSetting40/CIniFileW", "IniSetting40/SimpleIni", 0,
+         true},
+        {"INI load+save, 5,000 keys: CIniFileW / plain SimpleIni", "IniSynthetic5000/CIniFileW",
+         "IniSynthetic5000/SimpleIni", 0, true},
         {"INI, 40 keys: CIniFileW / inih", "IniSetting40/CIniFileW", "IniSetting40/inih", 2.0, true},
         {"INI, 5,000 keys: CIniFileW / inih", "IniSynthetic5000/CIniFileW", "IniSynthetic5000/inih", 2.0, true},
         {"INI, 40 keys: CIniFileW / GetPrivateProfileStringW per key", "IniSetting40/CIniFileW",

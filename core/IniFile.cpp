@@ -2,9 +2,11 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstring>
 #include <cwchar>
 #include <exception>
+#include <iterator>
 #include <string_view>
 
 #include "core/FileIo.h"
@@ -14,8 +16,21 @@
 
 namespace grs {
 
-bool IniNameLess::operator()(const std::wstring& a, const std::wstring& b) const {
-    return ::_wcsicmp(a.c_str(), b.c_str()) < 0;
+bool IniNameLess::operator()(std::wstring_view a, std::wstring_view b) const {
+    // ASCII is folded here; from the first other character on, the C
+    // runtime's own folding decides, on the rest of both names.
+    for (size_t i = 0;; ++i) {
+        unsigned long x = i < a.size() ? static_cast<unsigned long>(a[i]) : 0;
+        unsigned long y = i < b.size() ? static_cast<unsigned long>(b[i]) : 0;
+        if (x >= 0x80 || y >= 0x80) {
+            const std::wstring restA(a.substr(std::min(i, a.size()))), restB(b.substr(std::min(i, b.size())));
+            return ::_wcsicmp(restA.c_str(), restB.c_str()) < 0;
+        }
+        if (x >= 'A' && x <= 'Z') x += 'a' - 'A';
+        if (y >= 'A' && y <= 'Z') y += 'a' - 'A';
+        if (x != y) return x < y;
+        if (x == 0) return false;
+    }
 }
 
 }  // namespace grs
@@ -29,10 +44,6 @@ constexpr const char* kLoadFunction = "CIniFileW::Load";
 constexpr const char* kSaveFunction = "CIniFileW::Save";
 // Settings files are a few kilobytes; anything this big is not one of them.
 constexpr unsigned long long kMaxFileBytes = 64ull << 20;
-
-std::wstring TrimName(const std::wstring& name) {
-    return std::wstring(grs::ini::TrimBlanks(std::wstring_view(name)));
-}
 
 bool DecodeBytes(unsigned codePage, DWORD flags, const char* data, size_t size, std::wstring& text) {
     if (size == 0) {
@@ -191,17 +202,41 @@ std::wstring Render(const SectionMap& sections, size_t& leftOut, size_t& cut) {
     return text;
 }
 
+// The entry of that name, added when missing. Names in sorted order (as
+// this library writes them) are appended without a search.
+template <typename Map, typename Make>
+typename Map::mapped_type& FindOrAdd(Map& map, std::wstring_view name, Make make) {
+    const grs::IniNameLess less;
+    auto at = map.end();
+    if (!map.empty() && !less(std::prev(map.end())->first, name)) {
+        at = map.lower_bound(name);
+        if (at != map.end() && !less(name, at->first)) return at->second;
+    }
+    return map.emplace_hint(at, std::wstring(name), make(std::wstring(name)))->second;
+}
+
+CIniFileW::Section& FindOrAddSection(SectionMap& sections, std::wstring_view name) {
+    return FindOrAdd(sections, grs::ini::TrimBlanks(name), [](std::wstring&& trimmed) {
+        CIniFileW::Section section;
+        section.name = std::move(trimmed);
+        return section;
+    });
+}
+
+CIniFileW::Key& FindOrAddKey(CIniFileW::Section& section, std::wstring_view name) {
+    return FindOrAdd(section.keys, grs::ini::TrimBlanks(name), [](std::wstring&& trimmed) {
+        return CIniFileW::Key{std::move(trimmed), std::wstring()};
+    });
+}
+
 }  // namespace
 
 CIniFileW::Key* CIniFileW::Section::AddKey(const std::wstring& name) {
-    const std::wstring trimmed = TrimName(name);
-    auto found = keys.find(trimmed);
-    if (found == keys.end()) found = keys.emplace(trimmed, Key{trimmed, std::wstring()}).first;
-    return &found->second;
+    return &FindOrAddKey(*this, name);
 }
 
 CIniFileW::Key* CIniFileW::Section::FindKey(const std::wstring& name) {
-    const auto found = keys.find(TrimName(name));
+    const auto found = keys.find(grs::ini::TrimBlanks(std::wstring_view(name)));
     return found == keys.end() ? nullptr : &found->second;
 }
 
@@ -210,19 +245,12 @@ void CIniFileW::Clear() {
 }
 
 CIniFileW::Section* CIniFileW::FindSection(const std::wstring& name) {
-    const auto found = m_sections.find(TrimName(name));
+    const auto found = m_sections.find(grs::ini::TrimBlanks(std::wstring_view(name)));
     return found == m_sections.end() ? nullptr : &found->second;
 }
 
 CIniFileW::Section* CIniFileW::AddSection(const std::wstring& name) {
-    const std::wstring trimmed = TrimName(name);
-    auto found = m_sections.find(trimmed);
-    if (found == m_sections.end()) {
-        Section section;
-        section.name = trimmed;
-        found = m_sections.emplace(trimmed, std::move(section)).first;
-    }
-    return &found->second;
+    return &FindOrAddSection(m_sections, name);
 }
 
 CIniFileW::Key* CIniFileW::AddKey(Section* section, const std::wstring& key) {
@@ -242,10 +270,11 @@ void CIniFileW::ParseText(const std::wstring& text) {
     grs::ini::ForEachLine(std::wstring_view(text), [&](size_t, const grs::ini::Line<wchar_t>& line) {
         switch (line.kind) {
             case grs::ini::LineKind::Section:
-                current = AddSection(std::wstring(line.name));
+                current = &FindOrAddSection(m_sections, line.name);
                 break;
             case grs::ini::LineKind::Key:
-                if (current != nullptr) current->AddKey(std::wstring(line.name))->value = std::wstring(line.value);
+                if (current != nullptr)
+                    FindOrAddKey(*current, line.name).value.assign(line.value.data(), line.value.size());
                 break;
             case grs::ini::LineKind::Blank:
             case grs::ini::LineKind::Other:
@@ -286,6 +315,8 @@ int CIniFileW::Load(const std::wstring& path) {
         parsed.ParseText(text);
         m_sections.swap(parsed.m_sections);
         m_encoding = encoding;
+        m_filePath = path;
+        m_fileBytes.swap(bytes);
         return 1;
     } catch (...) {
         m_loadResult = grs::ReadFileResult::Failed;
@@ -305,7 +336,14 @@ int CIniFileW::Save(const std::wstring& path) {
                                 L", values cut at a line break: " + std::to_wstring(cut));
         }
         IniEncoding encoding = m_encoding;
-        const std::string bytes = Encode(text, encoding);
+        std::string bytes = Encode(text, encoding);
+        // The same bytes to the same file: the write, the flush and the
+        // replace are skipped. Safe: the file held exactly these bytes when
+        // this document read (or wrote) it. If another writer has replaced it
+        // since, writing them again would undo that newer change; skipping
+        // leaves the file as if this save had come first. Either way nobody's
+        // change is lost, and a start on an unchanged file writes nothing.
+        if (bytes == m_fileBytes && !m_filePath.empty() && ::_wcsicmp(path.c_str(), m_filePath.c_str()) == 0) return 1;
         const grs::SaveResult saved = grs::ReplaceFileContent(path, bytes);
         if (!saved.Succeeded()) {
             std::string message = "Not saved: step " + std::string(grs::SaveStepName(saved.failedStep)) + " (" +
@@ -322,6 +360,8 @@ int CIniFileW::Save(const std::wstring& path) {
                                std::to_wstring(saved.refusedReplace) + L": " + path);
         }
         m_encoding = encoding;
+        m_filePath = path;
+        m_fileBytes.swap(bytes);
         // The private-profile functions may cache the old content.
         ::WritePrivateProfileStringW(nullptr, nullptr, nullptr, path.c_str());
         return 1;

@@ -8,15 +8,18 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/FileIo.h"
 
 namespace grs {
 
-// Case-insensitive ordering of names (as _wcsicmp).
+// Case-insensitive ordering of names, exactly as _wcsicmp orders them (which
+// stops at a NUL character); looks up by view as well.
 struct IniNameLess {
-    bool operator()(const std::wstring& a, const std::wstring& b) const;
+    using is_transparent = void;
+    bool operator()(std::wstring_view a, std::wstring_view b) const;
 };
 
 // How a document's bytes were (or will be) stored. A document is written back
@@ -66,7 +69,9 @@ public:
     // what survives a crash and other handles); 1 on success. A failure (0) is
     // logged with the step that failed, an in-place rewrite with the reason.
     // Entries that could not be read back as themselves are not written (see
-    // RenderText). The written file has normal attributes.
+    // RenderText). The written file has normal attributes. A document saved to
+    // the file it was last loaded from or saved to, whose bytes would be the
+    // same as then, is not written again (1, the file untouched).
     int Save(const std::wstring& path);
 
     void Clear();
@@ -94,4 +99,7 @@ private:
     grs::IniEncoding m_encoding = grs::IniEncoding::Utf16Le;
     grs::ReadFileResult m_loadResult = grs::ReadFileResult::Missing;
     unsigned long m_loadError = 0;
+    // The file this document was last read from or written to, and its bytes.
+    std::wstring m_filePath;
+    std::string m_fileBytes;
 };

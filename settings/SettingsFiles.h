@@ -74,7 +74,7 @@ template <typename Change>
 bool ChangeExistingFile(const std::wstring& path, const char* function, Change&& change) {
     if (!PathExists(path)) return false;
     CIniFileW ini;
-    // Gone since the test above: as if it had never been there.
+    // Unreadable (logged), or gone since the test above: left alone.
     if (LoadSettingsFile(ini, path, function) != Loaded::Read) return false;
     MarkChanging(path);
     const Outcome outcome = change(ini);

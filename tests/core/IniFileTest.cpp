@@ -74,6 +74,19 @@ TEST(CIniFileW, ParseRules) {
     for (const auto& c : cases) EXPECT_EQ(Rendered(c.text), c.rendered) << Narrow(c.text);
 }
 
+// Names are ordered by their own comparison (fast on ASCII); its oracle is
+// the C runtime's _wcsicmp, which the order has always followed.
+TEST(IniNameLess, OrdersAsTheRuntimesCaseInsensitiveCompare) {
+    const std::wstring names[] = {L"",       L"a",      L"A",      L"ab",      L"aB",        L"b",
+                                  L"[",      L"_",      L"`",      L"Z",       L"z",         L"key1",
+                                  L"KEY10",  L"\u00e9", L"\u00c9", L"a\u00e9", L"A\u00c9x",  L"\u4e2d",
+                                  L"\uFFFF", L" a",     L"a ",     L"a\t",     {L"a\0b", 3}, {L"a\0c", 3}};
+    const grs::IniNameLess less;
+    for (const std::wstring& a : names)
+        for (const std::wstring& b : names)
+            EXPECT_EQ(less(a, b), ::_wcsicmp(a.c_str(), b.c_str()) < 0) << Narrow(a) << " / " << Narrow(b);
+}
+
 TEST(CIniFileW, GetValueAppliesTheDefaultOnlyInsideAnExistingSection) {
     CIniFileW ini;
     ini.ParseText(L"[Setting]\nLanguage=en\nEmpty=\n");

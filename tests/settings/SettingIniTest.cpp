@@ -3,6 +3,7 @@
 #include <thread>
 #include <vector>
 
+#include "core/UniqueResource.h"
 #include "settings/SettingsFiles.h"
 #include "tests/settings/SettingsFixture.h"
 
@@ -55,6 +56,32 @@ TEST_F(SettingIni, GetSettingsKeepsTheClientsReadings) {
     const std::string before = ReadFileBytes(SettingPath());
     ClientInitialize::GetSettings();
     EXPECT_EQ(ReadFileBytes(SettingPath()), before);
+}
+
+// Which file is at the path: a replaced file is another one.
+unsigned long long FileIdentity(const std::wstring& path) {
+    const UniqueFile file(::CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                        nullptr, OPEN_EXISTING, 0, nullptr));
+    BY_HANDLE_FILE_INFORMATION information = {};
+    if (!file || !::GetFileInformationByHandle(file.get(), &information)) return 0;
+    return (static_cast<unsigned long long>(information.nFileIndexHigh) << 32) | information.nFileIndexLow;
+}
+
+// A start on an unchanged file writes nothing (the file is the same one, at
+// rest); a change replaces it.
+TEST_F(SettingIni, StartOnAnUnchangedFileWritesNothing) {
+    ClientInitialize::CreateSettingFile(L"1.0");
+    ClientInitialize::GetSettings();  // fills the auto-start keys
+    const unsigned long long before = FileIdentity(SettingPath());
+    ASSERT_NE(before, 0u);
+    ClientInitialize::CreateSettingFile(L"1.0");
+    ClientInitialize::GetSettings();
+    EXPECT_TRUE(ClientInitialize::IsNeedCreateShortcut());
+    EXPECT_EQ(FileIdentity(SettingPath()), before);
+    EXPECT_EQ(Attributes(SettingPath()), kAtRest);
+    ClientInitialize::SetCreateShortcutFlag();
+    EXPECT_NE(FileIdentity(SettingPath()), before);
+    EXPECT_EQ(Setting(L"NoticeCreateLink"), L"1");
 }
 
 TEST_F(SettingIni, AutoStartIsReconciledWithTheRunValue) {

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "core/FileIo.h"
+#include "core/Guarded.h"
 #include "core/IniText.h"
 #include "core/Log.h"
 #include "core/TextUtil.h"
@@ -40,8 +41,9 @@ namespace {
 using grs::IniEncoding;
 using SectionMap = std::map<std::wstring, CIniFileW::Section, grs::IniNameLess>;
 
-constexpr const char* kLoadFunction = "CIniFileW::Load";
-constexpr const char* kSaveFunction = "CIniFileW::Save";
+// The tags of this file's operations, in log lines and at their exception edge.
+constexpr char kLoad[] = "CIniFileW::Load";
+constexpr char kSave[] = "CIniFileW::Save";
 // Settings files are a few kilobytes; anything this big is not one of them.
 constexpr unsigned long long kMaxFileBytes = 64ull << 20;
 
@@ -292,7 +294,7 @@ std::wstring CIniFileW::RenderText() const {
 int CIniFileW::Load(const std::wstring& path) {
     m_loadResult = grs::ReadFileResult::Failed;
     m_loadError = 0;
-    try {
+    const int loaded = grs::Guarded(__LINE__, kLoad, 0, [&] {
         std::string bytes;
         m_loadResult = grs::ReadWholeFile(path, kMaxFileBytes, bytes);
         if (m_loadResult != grs::ReadFileResult::Ok) m_loadError = ::GetLastError();
@@ -303,10 +305,10 @@ int CIniFileW::Load(const std::wstring& path) {
             case grs::ReadFileResult::CannotOpen:
                 return 0;
             case grs::ReadFileResult::TooLarge:
-                grs::log::Error(__LINE__, kLoadFunction, L"File too large, not read: " + path);
+                grs::log::Error(__LINE__, kLoad, L"File too large, not read: " + path);
                 return 0;
             case grs::ReadFileResult::Failed:
-                grs::log::Error(__LINE__, kLoadFunction, L"Read error " + std::to_wstring(m_loadError) + L": " + path);
+                grs::log::Error(__LINE__, kLoad, L"Read error " + std::to_wstring(m_loadError) + L": " + path);
                 return 0;
         }
         IniEncoding encoding = IniEncoding::Utf16Le;
@@ -318,20 +320,19 @@ int CIniFileW::Load(const std::wstring& path) {
         m_filePath = path;
         m_fileBytes.swap(bytes);
         return 1;
-    } catch (...) {
-        m_loadResult = grs::ReadFileResult::Failed;
-        grs::log::CurrentException(__LINE__, kLoadFunction);
-    }
-    return 0;
+    });
+    // An exception (out of memory) after a successful read still fails the load.
+    if (loaded == 0 && m_loadResult == grs::ReadFileResult::Ok) m_loadResult = grs::ReadFileResult::Failed;
+    return loaded;
 }
 
 int CIniFileW::Save(const std::wstring& path) {
-    try {
+    return grs::Guarded(__LINE__, kSave, 0, [&] {
         size_t leftOut = 0;
         size_t cut = 0;
         const std::wstring text = Render(m_sections, leftOut, cut);
         if (leftOut != 0 || cut != 0) {
-            grs::log::Error(__LINE__, kSaveFunction,
+            grs::log::Error(__LINE__, kSave,
                             L"Entries with line breaks or unusable names left out: " + std::to_wstring(leftOut) +
                                 L", values cut at a line break: " + std::to_wstring(cut));
         }
@@ -351,11 +352,11 @@ int CIniFileW::Save(const std::wstring& path) {
                                   std::to_string(saved.error);
             if (saved.refusedReplace != 0)
                 message += " after the replace was refused with error " + std::to_string(saved.refusedReplace);
-            grs::log::Error(__LINE__, kSaveFunction, message + ": " + grs::WideToUtf8(path));
+            grs::log::Error(__LINE__, kSave, message + ": " + grs::WideToUtf8(path));
             return 0;
         }
         if (saved.RewrittenInPlace()) {
-            grs::log::Info(__LINE__, kSaveFunction,
+            grs::log::Info(__LINE__, kSave,
                            L"Rewritten in place: another handle holds the file, replace refused with error " +
                                std::to_wstring(saved.refusedReplace) + L": " + path);
         }
@@ -365,8 +366,5 @@ int CIniFileW::Save(const std::wstring& path) {
         // The private-profile functions may cache the old content.
         ::WritePrivateProfileStringW(nullptr, nullptr, nullptr, path.c_str());
         return 1;
-    } catch (...) {
-        grs::log::CurrentException(__LINE__, kSaveFunction);
-    }
-    return 0;
+    });
 }

@@ -52,6 +52,8 @@ bool IsCloudPlaceholder(const std::wstring& path) {
         if (!find) return false;
         return IsPlaceholderEntry(data.dwFileAttributes, data.dwReserved0);
     } catch (...) {
+        // The kit does not log; a path that cannot even be copied is not a
+        // placeholder, and the caller's own edge reports what else fails.
         return false;
     }
 }

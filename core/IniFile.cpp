@@ -143,6 +143,9 @@ bool HasLoneSurrogate(const std::wstring& text) {
 }
 
 std::string Encode(const std::wstring& text, IniEncoding& encoding) {
+    // Nothing to write: an empty file would read back as a new one, which is
+    // UTF-16, and be saved differently the next time (found by fuzzing).
+    if (text.empty()) encoding = IniEncoding::Utf16Le;
     if (encoding == IniEncoding::AnsiCodePage && !text.empty() && ::GetACP() != CP_UTF8) {
         BOOL lossy = FALSE;
         const int size = static_cast<int>(text.size());

@@ -23,8 +23,9 @@ struct IniNameLess {
 };
 
 // How a document's bytes were (or will be) stored. A document is written back
-// in the encoding it was read in. A new or empty file gets UTF-16LE: the
-// private-profile functions read any text from it and keep writing UTF-16.
+// in the encoding it was read in. A new or empty file, and an empty document,
+// get UTF-16LE: the private-profile functions read any text from it and keep
+// writing UTF-16.
 enum class IniEncoding {
     Utf16Le,      // UTF-16LE with a byte-order mark
     Utf8Bom,      // UTF-8 with a byte-order mark

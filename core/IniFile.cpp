@@ -208,30 +208,41 @@ std::wstring Render(const SectionMap& sections, size_t& leftOut, size_t& cut) {
 }
 
 // The entry of that name, added when missing. Names in sorted order (as
-// this library writes them) are appended without a search.
-template <typename Map, typename Make>
-typename Map::mapped_type& FindOrAdd(Map& map, std::wstring_view name, Make make) {
+// this library writes them) are appended without a search. The entry keeps
+// the name it was first added with, unless that one cannot be written and
+// this one can: names compare only up to a NUL character, so a name with a
+// line break after a NUL would otherwise leave out, at every save, the entry
+// that the operations go on setting (found by fuzzing).
+template <typename Map, typename Writable, typename Make>
+typename Map::mapped_type& FindOrAdd(Map& map, std::wstring_view name, Writable writable, Make make) {
     const grs::IniNameLess less;
     auto at = map.end();
     if (!map.empty() && !less(std::prev(map.end())->first, name)) {
         at = map.lower_bound(name);
-        if (at != map.end() && !less(name, at->first)) return at->second;
+        if (at != map.end() && !less(name, at->first)) {
+            if (!writable(at->second.name) && writable(name)) at->second.name.assign(name.data(), name.size());
+            return at->second;
+        }
     }
     return map.emplace_hint(at, std::wstring(name), make(std::wstring(name)))->second;
 }
 
 CIniFileW::Section& FindOrAddSection(SectionMap& sections, std::wstring_view name) {
-    return FindOrAdd(sections, grs::ini::TrimBlanks(name), [](std::wstring&& trimmed) {
-        CIniFileW::Section section;
-        section.name = std::move(trimmed);
-        return section;
-    });
+    return FindOrAdd(
+        sections, grs::ini::TrimBlanks(name), [](std::wstring_view n) { return grs::ini::IsWritableSection(n); },
+        [](std::wstring&& trimmed) {
+            CIniFileW::Section section;
+            section.name = std::move(trimmed);
+            return section;
+        });
 }
 
 CIniFileW::Key& FindOrAddKey(CIniFileW::Section& section, std::wstring_view name) {
-    return FindOrAdd(section.keys, grs::ini::TrimBlanks(name), [](std::wstring&& trimmed) {
-        return CIniFileW::Key{std::move(trimmed), std::wstring()};
-    });
+    return FindOrAdd(
+        section.keys, grs::ini::TrimBlanks(name), [](std::wstring_view n) { return grs::ini::IsWritableKey(n); },
+        [](std::wstring&& trimmed) {
+            return CIniFileW::Key{std::move(trimmed), std::wstring()};
+        });
 }
 
 }  // namespace

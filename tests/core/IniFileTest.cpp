@@ -124,6 +124,16 @@ TEST(CIniFileW, LineBreaksCannotInjectEntries) {
     }
 }
 
+// Names compare only up to a NUL character: a written name takes over from an
+// equal one that cannot be written, so what the operations set is saved
+// (found by fuzzing: such a header left out the whole "Setting" section).
+TEST(CIniFileW, AWritableNameTakesOverFromAnEqualUnwritableOne) {
+    CIniFileW ini;
+    ini.ParseText(std::wstring(L"[S\0\r]\nk\0\r=1\n", 12));
+    ini.AddKey(ini.AddSection(L"S"), L"k")->value = L"2";
+    EXPECT_EQ(ini.RenderText(), L"[S]\nk=2\n");
+}
+
 // Every kind of file loads; a normalised one is saved back byte for byte. A
 // value UTF-8 cannot carry turns the file into UTF-16, which carries every
 // value exactly (found by fuzzing: a lone surrogate came back as U+FFFD).

@@ -34,9 +34,9 @@ long long ReferenceExpiry(const std::string& time, const std::string& period) {
 }
 
 CacheFreshness Judge(const st_ZRVInfo& record, const std::wstring& userCountry, long long now) {
-    return grs::route::JudgeRouteCache(grs::WideToUtf8(grs::route::FieldText(record.currentTime)),
-                                       grs::WideToUtf8(grs::route::FieldText(record.effectivePeriod)),
-                                       record.countryCode, userCountry, now);
+    return grs::route::JudgeRouteCache(grs::WideToUtf8(grs::FieldText(record.currentTime)),
+                                       grs::WideToUtf8(grs::FieldText(record.effectivePeriod)), record.countryCode,
+                                       userCountry, now);
 }
 
 }  // namespace
@@ -47,8 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fuzz::Check(record != nullptr, "a record always comes back");
     const std::unique_ptr<st_ZRVInfo> owner(record);
 
-    const std::string time = grs::WideToUtf8(grs::route::FieldText(record->currentTime));
-    const std::string period = grs::WideToUtf8(grs::route::FieldText(record->effectivePeriod));
+    const std::string time = grs::WideToUtf8(grs::FieldText(record->currentTime));
+    const std::string period = grs::WideToUtf8(grs::FieldText(record->effectivePeriod));
     const long long expiry = ReferenceExpiry(time, period);
     st_ZRVInfo* again = nullptr;
     grs::route::ReadRouteRecord(again, grs::route::WriteRouteRecord(*record));

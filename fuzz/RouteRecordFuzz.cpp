@@ -61,8 +61,8 @@ bool NestsDeeperThan(const std::string& text, size_t limit) {
 
 bool SameRecord(const st_ZRVInfo& a, const st_ZRVInfo& b) {
     return a.isSuccess == b.isSuccess && a.services == b.services && a.countryCode == b.countryCode &&
-           grs::route::FieldText(a.currentTime) == grs::route::FieldText(b.currentTime) &&
-           grs::route::FieldText(a.effectivePeriod) == grs::route::FieldText(b.effectivePeriod);
+           grs::FieldText(a.currentTime) == grs::FieldText(b.currentTime) &&
+           grs::FieldText(a.effectivePeriod) == grs::FieldText(b.effectivePeriod);
 }
 
 st_ZRVInfo* StartingRecord(size_t size) {

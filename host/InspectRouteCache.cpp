@@ -58,8 +58,8 @@ std::string JsonError(const std::string& text) {
 }
 
 void CheckFreshness(const st_ZRVInfo& record, const Context& context, Findings& findings) {
-    const std::string time = grs::WideToUtf8(grs::route::FieldText(record.currentTime));
-    const std::string period = grs::WideToUtf8(grs::route::FieldText(record.effectivePeriod));
+    const std::string time = grs::WideToUtf8(grs::FieldText(record.currentTime));
+    const std::string period = grs::WideToUtf8(grs::FieldText(record.effectivePeriod));
     const CacheFreshness freshness =
         grs::route::JudgeRouteCache(time, period, record.countryCode, context.country, context.nowMs);
     const long long expiry = grs::route::RouteCacheExpiryMs(time, period);
@@ -185,8 +185,8 @@ std::vector<Finding> InspectRouteCache(const Snapshot& snapshot, const Context& 
     findings.Add(
         "countryCode", record->countryCode.empty() ? Severity::Warning : Severity::Ok,
         record->countryCode.empty() ? std::string("empty: matches no user's country") : Shown(record->countryCode));
-    const std::string time = grs::WideToUtf8(grs::route::FieldText(record->currentTime));
-    const std::string period = grs::WideToUtf8(grs::route::FieldText(record->effectivePeriod));
+    const std::string time = grs::WideToUtf8(grs::FieldText(record->currentTime));
+    const std::string period = grs::WideToUtf8(grs::FieldText(record->effectivePeriod));
     if (time.empty()) {
         findings.Add("currentTime", Severity::Warning, "empty: the record is always stale");
     } else {

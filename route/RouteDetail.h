@@ -22,8 +22,6 @@ using ServiceGroups = std::map<std::wstring, std::map<std::wstring, std::wstring
 // service key -> address, both viewing the strings of the groups flattened
 using RouteTable = std::map<std::wstring_view, std::wstring_view>;
 
-using ::grs::FieldText;
-
 // A route answer is three levels deep. Anything much deeper is hostile, and the
 // JSON reader recurses once per level, so such text is refused before parsing.
 constexpr size_t kMaxJsonNesting = 64;

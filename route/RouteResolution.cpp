@@ -146,9 +146,9 @@ void Zorvane::GetZRVInfoFromLocal(st_ZRVInfo*& record, bool checkFreshness) {
         }
 
         const auto freshness =
-            grs::route::JudgeRouteCache(grs::WideToUtf8(grs::route::FieldText(record->currentTime)),
-                                        grs::WideToUtf8(grs::route::FieldText(record->effectivePeriod)),
-                                        record->countryCode, userCountry, grs::route::NowMilliseconds());
+            grs::route::JudgeRouteCache(grs::WideToUtf8(grs::FieldText(record->currentTime)),
+                                        grs::WideToUtf8(grs::FieldText(record->effectivePeriod)), record->countryCode,
+                                        userCountry, grs::route::NowMilliseconds());
         switch (freshness) {
             case grs::route::CacheFreshness::Fresh:
                 grs::log::Info(__LINE__, kGetZRVInfoFromLocal, "not update ZRV, use address from configfile");

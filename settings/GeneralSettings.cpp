@@ -127,7 +127,7 @@ void ClientInitialize::UpdateSettings() {
     grs::settings::Guarded(__LINE__, kUpdateSettings, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kUpdateSettings, [](CIniFileW& ini) {
-            using grs::settings::FieldText;
+            using grs::FieldText;
             using grs::settings::FlagText;
             using grs::settings::SetValue;
             GlobalParamWrapper& store = grs::settings::Store();

@@ -53,8 +53,6 @@ void CompleteSettings(CIniFileW& ini, const SettingDefaults& defaults);
 // "IsAutoCheckUpdate": the spellings of "on" the file may hold.
 bool IsAutoCheckUpdateOn(const std::wstring& text);
 
-using ::grs::LeadingInteger;
-
 // COMPAT: "IsJoinUserExperiencePlan" is read as a number (atoi): the default "true"
 // reads as not joined until UpdateSettings writes "0" or "1".
 bool JoinsExperiencePlan(const std::wstring& joinPlan);

@@ -86,8 +86,6 @@ bool ChangeExistingFile(const std::wstring& path, const char* function, Change&&
 
 using ::grs::Guarded;
 
-using ::grs::FieldText;
-
 // "0" / "1".
 inline const wchar_t* FlagText(bool flag) {
     return flag ? L"1" : L"0";

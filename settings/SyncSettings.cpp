@@ -87,7 +87,7 @@ void ClientInitialize::CreateSyncSettingFile() {
         GlobalParamWrapper& store = grs::settings::Store();
         const st_UserPropertiesShow* show = store.GetUserPropertiesShow();
         const std::wstring root =
-            UserCacheRoot(show ? grs::settings::FieldText(show->CacheFolder) : std::wstring(), CurrentUserId());
+            UserCacheRoot(show ? grs::FieldText(show->CacheFolder) : std::wstring(), CurrentUserId());
         const std::wstring macAddress = L"SYNC" + store.GetSystemUUid();
         const std::wstring deviceId = store.GetSystemUUid();
 
@@ -100,7 +100,7 @@ void ClientInitialize::CreateSyncSettingFile() {
         wide.WriteIniKeyValue(L"UserinformationUrl", store.GetUserInformationserviceUrl());
         wide.WriteIniKeyValue(L"MacAddressEncrypt", macAddress);
         wide.WriteIniKeyValue(L"deviceUUid", deviceId);
-        wide.WriteIniKeyValue(L"PcVersion", show ? grs::settings::FieldText(show->Version) : std::wstring());
+        wide.WriteIniKeyValue(L"PcVersion", show ? grs::FieldText(show->Version) : std::wstring());
         wide.WriteIniKeyValue(L"ConfigBasic", store.GetConfigBasicUrl());
         wide.WriteIniKeyValue(L"BusinessUrl", store.GetBusinessUrl());
         // Replaced by the server-id address once that is known (SyncBaseUri).

@@ -18,8 +18,6 @@
 namespace grs {
 
 // --- Property rows ---------------------------------------------------------
-using settings::FieldText;
-
 using ShowText = wchar_t (st_UserPropertiesShow::*)[256];
 using ShowInt = int st_UserPropertiesShow::*;
 using ShowBool = bool st_UserPropertiesShow::*;

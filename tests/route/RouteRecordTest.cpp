@@ -16,6 +16,7 @@ public:
 namespace {
 
 using namespace grs::route;
+using grs::FieldText;
 
 std::wstring Describe(const st_ZRVInfo& r) {
     std::wstring text = std::to_wstring(r.isSuccess) + L"|" + FieldText(r.currentTime) + L"|" +

@@ -145,8 +145,8 @@ TEST_F(RouteService, AnswerIsCachedWithItsPeriodTheClockAndTheAskedCountry) {
     const auto record = Resolve(true);
     ASSERT_NE(record, nullptr);
     EXPECT_EQ(record->countryCode, L"RU");
-    EXPECT_EQ(grs::route::FieldText(record->effectivePeriod), L"12345");
-    const long long time = std::stoll(grs::route::FieldText(record->currentTime));
+    EXPECT_EQ(grs::FieldText(record->effectivePeriod), L"12345");
+    const long long time = std::stoll(grs::FieldText(record->currentTime));
     EXPECT_TRUE(time >= before && time <= after) << time;
     EXPECT_EQ(ClientStandIn::GetConfigCountryCode(), L"RU");
 }

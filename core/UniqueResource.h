@@ -3,9 +3,6 @@
 // Move-only owners of Win32 handles. Closing keeps GetLastError intact so that
 // a caller can still report the error of the call that failed before it.
 
-// winsock2.h must come before windows.h, which would otherwise bring the old
-// winsock.h.
-#include <winsock2.h>
 #include <windows.h>
 
 #include <cstdint>
@@ -80,8 +77,6 @@ using UniqueFind = UniqueResource<HandleTraits<HANDLE, -1, &::FindClose>>;
 using UniqueKey = UniqueResource<HandleTraits<HKEY, 0, &::RegCloseKey>>;
 // LoadLibraryW, and GetModuleHandleExW without the unchanged-refcount flag
 using UniqueModule = UniqueResource<HandleTraits<HMODULE, 0, &::FreeLibrary>>;
-// socket, accept
-using UniqueSocket = UniqueResource<HandleTraits<SOCKET, -1, &::closesocket>>;
 // memory that the API hands out for LocalFree (CommandLineToArgvW, FormatMessageW)
 using UniqueLocal = UniqueResource<HandleTraits<HLOCAL, 0, &::LocalFree>>;
 

@@ -25,7 +25,8 @@ as_root() {
 
 APT_PACKAGES=(cmake ninja-build make perl tcl xz-utils dpkg-dev ca-certificates
   g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
-  wine wine64 rapidjson-dev)
+  wine wine64 rapidjson-dev
+  clang lld clang-tidy)
 [ "${GRS_WITH_BENCHMARK:-0}" = 1 ] && APT_PACKAGES+=(libsimpleini-dev)
 
 install_tools() {

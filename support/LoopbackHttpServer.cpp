@@ -1,6 +1,5 @@
 #include "support/LoopbackHttpServer.h"
 
-#include <winsock2.h>
 #include <ws2tcpip.h>
 
 #include <algorithm>

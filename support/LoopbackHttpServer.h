@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/UniqueResource.h"
+#include "support/UniqueSocket.h"
 
 namespace grs::support {
 

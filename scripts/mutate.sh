@@ -139,15 +139,20 @@ build_and_run() {
   return 0
 }
 
-# The suites must pass on the unchanged tree first.
+# The chosen mutants, numbered by their place in the list, and their layers.
+chosen=()
 layers_in_run=()
 number=0
 while IFS=$'\t' read -r layer file before after; do
   [ -n "$layer" ] || continue
   number=$((number + 1))
   selected "$number" "$layer" || continue
+  chosen+=("$number"$'\t'"$layer"$'\t'"$file"$'\t'"$before"$'\t'"$after")
   case " ${layers_in_run[*]:-} " in *" $layer "*) ;; *) layers_in_run+=("$layer") ;; esac
 done <<<"$MUTANTS"
+[ "${#chosen[@]}" -gt 0 ] || { log "no mutant matches: $*"; exit 2; }
+
+# The suites must pass on the unchanged tree first.
 for layer in "${layers_in_run[@]}"; do
   log "baseline: $layer"
   if ! build_and_run "$(suites_of "$layer")"; then
@@ -159,11 +164,8 @@ done
 
 killed=0 survived=0 broken=0
 survivors=()
-number=0
-while IFS=$'\t' read -r layer file before after; do
-  [ -n "$layer" ] || continue
-  number=$((number + 1))
-  selected "$number" "$layer" || continue
+for mutant in "${chosen[@]}"; do
+  IFS=$'\t' read -r number layer file before after <<<"$mutant"
   cp "$ROOT/$file" "$WORK/original"
   MUTATED=$file
   apply "$file" "$before" "$after"
@@ -176,7 +178,7 @@ while IFS=$'\t' read -r layer file before after; do
     0) survived=$((survived + 1)); survivors+=("$line"); echo "SURVIVED  $line" ;;
     *) broken=$((broken + 1)); echo "no build  $line" ;;
   esac
-done <<<"$MUTANTS"
+done
 
 built=$((killed + survived))
 echo

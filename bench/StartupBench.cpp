@@ -390,9 +390,14 @@ int main(int argc, char** argv) {
     for (const StepCase& c : cases) {
         const std::string ours = "Start/" + c.name;
         benchmark::RegisterBenchmark(ours.c_str(), RunStep, &c)->Iterations(1)->UseManualTime();
-        // The exempt steps carry no goal: per-key profile writes and the
-        // property database are work the step cannot leave out.
-        const bool exempt = c.name == "CreateSyncSettingFile" || c.name == "InitializeUserProperties";
+        // A verdict only against the floor that holds what the step must do:
+        // its plain file and registry calls; for CreateSyncSettingFile its
+        // profile writes as well; for the routing request the same request
+        // made bare; for InitializeUserProperties its own time against its
+        // own files (a copy of the database file is not its database calls).
+        // The other floors leave out required work: shown, without a verdict.
+        const bool plainFloorLeavesOut = c.name == "CreateSyncSettingFile" || c.name == "InitializeUserProperties" ||
+                                         c.name == "ZRVInfoInitialise(fromCache=false)";
         for (const Floor& floor : c.floors) {
             grs::bench::Note("floor of " + c.name + (floor.name == "floor" ? "" : " (" + floor.name + ")") + ": " +
                              floor.what);
@@ -400,8 +405,9 @@ int main(int argc, char** argv) {
                 ratios.push_back({c.name + " less its database calls / own-files floor", ours + "/own",
                                   ours + "/own-files", 2.0, true});
             } else {
+                const bool goal = floor.name != "floor" || !plainFloorLeavesOut;
                 ratios.push_back({c.name + " / " + (floor.name == "floor" ? "its plain-file" : floor.name) + " floor",
-                                  ours, ours + "/" + floor.name, exempt ? 0.0 : 2.0, true});
+                                  ours, ours + "/" + floor.name, goal ? 2.0 : 0.0, true});
             }
         }
     }

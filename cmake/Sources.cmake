@@ -24,7 +24,6 @@ set(GRS_PURE_SOURCES
     ${GRS_SOURCE_ROOT}/serverconfig/ServerRegion.cpp
     ${GRS_SOURCE_ROOT}/route/RouteDetail.cpp
     ${GRS_SOURCE_ROOT}/route/RouteJson.cpp
-    ${GRS_SOURCE_ROOT}/route/RouteJsonFast.cpp
     ${GRS_SOURCE_ROOT}/settings/SettingRules.cpp)
 
 # The sources of one layer: every source of its folder but the kit's.

@@ -144,7 +144,7 @@ bool HasLoneSurrogate(const std::wstring& text) {
 
 std::string Encode(const std::wstring& text, IniEncoding& encoding) {
     // Nothing to write: an empty file would read back as a new one, which is
-    // UTF-16, and be saved differently the next time (found by fuzzing).
+    // UTF-16, and be saved differently the next time.
     if (text.empty()) encoding = IniEncoding::Utf16Le;
     if (encoding == IniEncoding::AnsiCodePage && !text.empty() && ::GetACP() != CP_UTF8) {
         BOOL lossy = FALSE;
@@ -212,7 +212,7 @@ std::wstring Render(const SectionMap& sections, size_t& leftOut, size_t& cut) {
 // the name it was first added with, unless that one cannot be written and
 // this one can: names compare only up to a NUL character, so a name with a
 // line break after a NUL would otherwise leave out, at every save, the entry
-// that the operations go on setting (found by fuzzing).
+// that the operations go on setting.
 template <typename Map, typename Writable, typename Make>
 typename Map::mapped_type& FindOrAdd(Map& map, std::wstring_view name, Writable writable, Make make) {
     const grs::IniNameLess less;

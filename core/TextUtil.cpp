@@ -8,15 +8,24 @@
 
 namespace grs {
 
-bool Utf8ToWide(const std::string& in, std::wstring& out) {
-    if (in.empty() || in.size() > static_cast<size_t>(std::numeric_limits<int>::max())) return false;
-    const int length = ::MultiByteToWideChar(kCodePageUtf8, 0, in.data(), static_cast<int>(in.size()), nullptr, 0);
+namespace {
+
+// Invalid sequences become U+FFFD as the system converter counts them
+// (flags 0, no strict mode).
+bool ConvertUtf8(const char* text, size_t size, std::wstring& out) {
+    if (size == 0 || size > static_cast<size_t>(std::numeric_limits<int>::max())) return false;
+    const int length = ::MultiByteToWideChar(kCodePageUtf8, 0, text, static_cast<int>(size), nullptr, 0);
     if (length <= 0) return false;
     out.clear();
     out.resize(static_cast<size_t>(length));
-    const int written =
-        ::MultiByteToWideChar(kCodePageUtf8, 0, in.data(), static_cast<int>(in.size()), &out[0], length);
+    const int written = ::MultiByteToWideChar(kCodePageUtf8, 0, text, static_cast<int>(size), &out[0], length);
     return written > 0;
+}
+
+}  // namespace
+
+bool Utf8ToWide(const std::string& in, std::wstring& out) {
+    return ConvertUtf8(in.data(), in.size(), out);
 }
 
 bool WideToMultiByte(const std::wstring& in, std::string& out, unsigned codePage) {
@@ -45,57 +54,9 @@ std::wstring Utf8ToWide(const std::string& in) {
     return Utf8ToWide(in, out) ? out : std::wstring();
 }
 
-void AppendUtf8AsWide(const char* text, size_t size, std::wstring& out) {
-    // Every byte yields at most one UTF-16 unit (a four-byte sequence yields
-    // two), so `size` more units always suffice.
-    const size_t start = out.size();
-    out.resize(start + size);
-    wchar_t* to = &out[0] + start;
-    const auto* at = reinterpret_cast<const unsigned char*>(text);
-    const auto* const end = at + size;
-    while (at != end) {
-        unsigned point = *at++;
-        if (point < 0x80) {
-            *to++ = static_cast<wchar_t>(point);
-            continue;
-        }
-        // The lead byte sets the length and the range of the second byte;
-        // those ranges keep out overlong forms, surrogates and values past
-        // U+10FFFF (the well-formed sequences of the Unicode standard).
-        size_t following = 0;
-        unsigned char low = 0x80, high = 0xBF;
-        if (point >= 0xC2 && point <= 0xDF) {
-            following = 1;
-            point &= 0x1F;
-        } else if (point >= 0xE0 && point <= 0xEF) {
-            following = 2;
-            point &= 0x0F;
-            if (point == 0x0) low = 0xA0;
-            if (point == 0xD) high = 0x9F;
-        } else if (point >= 0xF0 && point <= 0xF4) {
-            following = 3;
-            point &= 0x07;
-            if (point == 0x0) low = 0x90;
-            if (point == 0x4) high = 0x8F;
-        } else {
-            *to++ = L'\xFFFD';
-            continue;
-        }
-        for (; following != 0 && at != end && *at >= low && *at <= high; --following) {
-            point = (point << 6) | (*at++ & 0x3Fu);
-            low = 0x80;
-            high = 0xBF;
-        }
-        if (following != 0) {
-            *to++ = L'\xFFFD';  // the maximal subpart read so far
-        } else if (point >= 0x10000) {
-            *to++ = static_cast<wchar_t>(0xD800 + ((point - 0x10000) >> 10));
-            *to++ = static_cast<wchar_t>(0xDC00 + (point & 0x3FF));
-        } else {
-            *to++ = static_cast<wchar_t>(point);
-        }
-    }
-    out.resize(static_cast<size_t>(to - out.data()));
+std::wstring Utf8ToWide(const char* text, size_t size) {
+    std::wstring out;
+    return ConvertUtf8(text, size, out) ? out : std::wstring();
 }
 
 bool ParseDecimalInt64(const char* begin, const char* end, long long& value) {

@@ -20,13 +20,9 @@ std::string WideToMultiByte(const std::wstring& in, unsigned codePage);
 std::string WideToUtf8(const std::wstring& in);
 std::wstring Utf8ToWide(const std::string& in);
 
-// Appends the UTF-16 form of `size` bytes of UTF-8 to `out`, without a system
-// call. Each ill-formed sequence's maximal subpart (the longest start of a
-// well-formed sequence, at least one byte) becomes one U+FFFD, which is what
-// MultiByteToWideChar(CP_UTF8, 0) gives on Windows, so the result equals
-// Utf8ToWide's there. (Wine's converter takes a different number of bytes per
-// U+FFFD after the lead bytes E0, ED, F0 and F4.)
-void AppendUtf8AsWide(const char* text, size_t size, std::wstring& out);
+// `size` bytes of UTF-8 as UTF-16, for text that is not a std::string (a
+// parser's view of its buffer); empty when `size` is 0 or the conversion fails.
+std::wstring Utf8ToWide(const char* text, size_t size);
 
 // Strict decimal parser over [begin, end): optional leading white space (makes
 // the result false but the value is still read), one sign, digits only; an

@@ -76,7 +76,7 @@ void RunStep(Report& report, bool quiet, const std::string& name, Action action)
 size_t TakeAddresses(Report& report, size_t from, const std::string& source) {
     const auto calls = ClientStandIn::SetterCalls();
     for (size_t i = from; i < calls.size(); ++i)
-        report.addresses[host::ToUtf8(calls[i].name)] = {host::ToUtf8(calls[i].value), source};
+        report.addresses[host::WideToUtf8(calls[i].name)] = {host::WideToUtf8(calls[i].value), source};
     return calls.size();
 }
 
@@ -94,8 +94,8 @@ std::map<std::string, std::string> ReadSection(const std::wstring& path, const w
     for (const wchar_t* entry = buffer.data(); entry < buffer.data() + length && *entry; entry += wcslen(entry) + 1) {
         const std::wstring line = entry;
         const size_t equals = line.find(L'=');
-        keys[host::ToUtf8(line.substr(0, equals))] =
-            equals == std::wstring::npos ? "" : host::ToUtf8(line.substr(equals + 1));
+        keys[host::WideToUtf8(line.substr(0, equals))] =
+            equals == std::wstring::npos ? "" : host::WideToUtf8(line.substr(equals + 1));
     }
     return keys;
 }
@@ -108,7 +108,7 @@ std::string DescribeDrive(const std::wstring& root) {
                        : type == DRIVE_REMOTE    ? "network"
                        : type == DRIVE_CDROM     ? "optical"
                                                  : "other";
-    std::string text = host::ToUtf8(root) + " " + kind;
+    std::string text = host::WideToUtf8(root) + " " + kind;
     if (::GetDiskFreeSpaceExW(root.c_str(), &available, &total, &free)) {
         text += ", " + std::to_string(free.QuadPart >> 20) + " MiB free";
         text += free.QuadPart > (100ull << 20) ? "" : " (not more than 100 MiB: not eligible)";
@@ -149,22 +149,22 @@ void CollectFacts(Report& report, const host::Sandbox& sandbox) {
     report.autoStartRegistered = ClientInitialize::GetRegisterStartingIsOpen();
     const st_UserPropertiesShow* show = GlobalParamWrapper::GetInstance()->GetUserPropertiesShow();
     report.autoStartSetting = show->IsAutoStartUp;
-    report.folders["SyncCloudFolder"] = host::ToUtf8(show->SyncCloudFolder);
-    report.folders["NewDownLoadFolder"] = host::ToUtf8(show->NewDownLoadFolder);
-    report.folders["CacheFolder"] = host::ToUtf8(show->CacheFolder);
-    report.folders["UserCacheFolder"] = host::ToUtf8(show->UserCacheFolder);
+    report.folders["SyncCloudFolder"] = host::WideToUtf8(show->SyncCloudFolder);
+    report.folders["NewDownLoadFolder"] = host::WideToUtf8(show->NewDownLoadFolder);
+    report.folders["CacheFolder"] = host::WideToUtf8(show->CacheFolder);
+    report.folders["UserCacheFolder"] = host::WideToUtf8(show->UserCacheFolder);
     report.folders["IsUseDownloadsPath"] = show->IsUseDownloadsPath ? "1" : "0";
-    report.folders["sync folder drive (GetSyncCloudFolder)"] = host::ToUtf8(ClientInitialize::GetSyncCloudFolder());
+    report.folders["sync folder drive (GetSyncCloudFolder)"] = host::WideToUtf8(ClientInitialize::GetSyncCloudFolder());
     wchar_t roots[260] = {};
     const DWORD length = ::GetLogicalDriveStringsW(259, roots);
     for (const wchar_t* root = roots; root < roots + length && *root; root += wcslen(root) + 1)
         report.drives.push_back(DescribeDrive(root));
     for (const auto& line : ClientStandIn::LogLines())
-        if (line.severity == 5) report.errorLogLines.push_back(line.function + ": " + host::ToUtf8(line.message));
+        if (line.severity == 5) report.errorLogLines.push_back(line.function + ": " + host::WideToUtf8(line.message));
 }
 
 void PrintText(const Report& report, const host::Sandbox& sandbox) {
-    std::printf("\nStart-up report (profile: %s)\n", host::ToUtf8(sandbox.Root()).c_str());
+    std::printf("\nStart-up report (profile: %s)\n", host::WideToUtf8(sandbox.Root()).c_str());
     std::printf("\nSteps\n");
     for (const Step& step : report.steps)
         std::printf("  %-4s %-52s %8.1f ms  %s\n", step.ok ? "ok" : "FAIL", step.name.c_str(), step.milliseconds,
@@ -172,7 +172,7 @@ void PrintText(const Report& report, const host::Sandbox& sandbox) {
     std::printf("\nRouting servers\n");
     for (size_t i = 0; i < sandbox.RoutingServers().size(); ++i)
         std::printf("  %-10s %-8s %s\n", i == 0 ? "primary" : ("standby " + std::to_string(i)).c_str(),
-                    sandbox.RoutingServers()[i].mode.c_str(), host::ToUtf8(sandbox.RoutingServers()[i].url).c_str());
+                    sandbox.RoutingServers()[i].mode.c_str(), host::WideToUtf8(sandbox.RoutingServers()[i].url).c_str());
     std::printf("  requests made: %zu; route source: %s\n", report.routeRequests.size(), report.routeSource.c_str());
     std::printf("\nService addresses in the parameter store\n");
     for (const auto& address : report.addresses)
@@ -192,12 +192,12 @@ void PrintText(const Report& report, const host::Sandbox& sandbox) {
     for (const auto& drive : report.drives) std::printf("    %s\n", drive.c_str());
     std::printf("\nLibrary log lines at severity 5 (%zu)\n", report.errorLogLines.size());
     for (const auto& line : report.errorLogLines) std::printf("  %s\n", line.c_str());
-    std::printf("\nFull log: %s\n", host::ToUtf8(sandbox.LogFile()).c_str());
+    std::printf("\nFull log: %s\n", host::WideToUtf8(sandbox.LogFile()).c_str());
 }
 
 void PrintJson(const Report& report, const host::Sandbox& sandbox) {
     Json::Value root(Json::objectValue);
-    root["profile"] = host::ToUtf8(sandbox.Root());
+    root["profile"] = host::WideToUtf8(sandbox.Root());
     for (const Step& step : report.steps) {
         Json::Value s(Json::objectValue);
         s["name"] = step.name;
@@ -210,7 +210,7 @@ void PrintJson(const Report& report, const host::Sandbox& sandbox) {
         Json::Value s(Json::objectValue);
         s["role"] = i == 0 ? "primary" : "standby " + std::to_string(i);
         s["mode"] = sandbox.RoutingServers()[i].mode;
-        s["url"] = host::ToUtf8(sandbox.RoutingServers()[i].url);
+        s["url"] = host::WideToUtf8(sandbox.RoutingServers()[i].url);
         root["routingServers"].append(s);
     }
     root["routeSource"] = report.routeSource;
@@ -259,7 +259,7 @@ private:
             for (; shown < requests.size(); ++shown) {
                 std::string role = m_sandbox.ServerRole(requests[shown]);
                 std::fprintf(m_out, "      request %zu to %s (%s) at %d ms\n", shown + 1,
-                             host::ToUtf8(requests[shown]).c_str(), role.empty() ? "unknown server" : role.c_str(),
+                             host::WideToUtf8(requests[shown]).c_str(), role.empty() ? "unknown server" : role.c_str(),
                              elapsed);
             }
             if (elapsed / 1000 > lastTick) {
@@ -343,7 +343,7 @@ int main() {
     const bool quiet = options.json;
     if (!quiet) {
         std::fprintf(stderr, "GlobalRootService start-up demo: country %s, user %s, routing servers %s\n",
-                     host::ToUtf8(options.country).c_str(), host::ToUtf8(options.user).c_str(),
+                     host::WideToUtf8(options.country).c_str(), host::WideToUtf8(options.user).c_str(),
                      options.offline ? "all down" : ("primary " + options.primaryMode + ", standbys ok").c_str());
     }
     Report report;
@@ -398,7 +398,7 @@ int main() {
     seen = TakeAddresses(report, seen, report.routeSource);
     const auto requests = ClientStandIn::RouteRequests();
     for (size_t i = requestsBefore; i < requests.size(); ++i)
-        report.routeRequests.push_back(host::ToUtf8(requests[i]) + " (" + sandbox.ServerRole(requests[i]) + ")");
+        report.routeRequests.push_back(host::WideToUtf8(requests[i]) + " (" + sandbox.ServerRole(requests[i]) + ")");
 
     RunStep(report, quiet, "ClientInitialize::InitializeUserProperties", [&](Step& step) {
         step.ok = ClientInitialize::InitializeUserProperties();

@@ -36,26 +36,6 @@ bool JsonNestsDeeperThan(const std::string& text, size_t limit);
 bool ReadRouteRecord(st_ZRVInfo*& record, const std::string& json);
 std::string WriteRouteRecord(const st_ZRVInfo& record);
 
-// ReadRouteRecord with jsoncpp's reader alone: what the fast reader below
-// must agree with, on every text it accepts.
-bool ReadRouteRecordWithJsoncpp(st_ZRVInfo*& record, const std::string& json);
-
-// The record's members as the text gives them (texts still UTF-8, missing
-// ones empty), groups without entries left out.
-struct RouteRecordText {
-    std::string currentTime;
-    std::string effectivePeriod;
-    std::string countryCode;
-    int isSuccess = 0;
-    ServiceGroups services;
-};
-
-// Reads text in the form WriteRouteRecord gives (and the routing server's
-// answers, which have the same shape) in one streaming pass. False, with
-// `fields` untouched, for any text it is not certain jsoncpp's reader would
-// read the same: the caller then asks jsoncpp. Never throws.
-bool ReadWrittenRouteRecord(const std::string& json, RouteRecordText& fields);
-
 // The validity period carried by a "Cache-Control" value: at most five
 // characters after its last '=', or from its start when it has none.
 std::string CachePeriodText(const std::string& cacheControl);

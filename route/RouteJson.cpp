@@ -23,32 +23,20 @@ namespace grs::route {
 
 namespace {
 
-// A string member as UTF-16, converted in-line. Strings are read in place;
-// other types go through the library's own string conversion (an integer
-// gives its digits, an object or array throws).
-void AppendAsWide(const Json::Value& value, std::wstring& out) {
+// A string member as UTF-16. Strings are read in place; other types go
+// through the library's own string conversion (an integer gives its digits,
+// an object or array throws).
+std::wstring AsWide(const Json::Value& value) {
     const char* begin = nullptr;
     const char* end = nullptr;
-    if (value.getString(&begin, &end)) {
-        grs::AppendUtf8AsWide(begin, static_cast<size_t>(end - begin), out);
-    } else {
-        const std::string text = value.asString();
-        grs::AppendUtf8AsWide(text.data(), text.size(), out);
-    }
-}
-
-std::wstring AsWide(const Json::Value& value) {
-    std::wstring text;
-    AppendAsWide(value, text);
-    return text;
+    if (value.getString(&begin, &end)) return grs::Utf8ToWide(begin, static_cast<size_t>(end - begin));
+    return grs::Utf8ToWide(value.asString());
 }
 
 std::wstring NameAsWide(const Json::Value::const_iterator& member) {
     const char* end = nullptr;
     const char* begin = member.memberName(&end);
-    std::wstring name;
-    grs::AppendUtf8AsWide(begin, static_cast<size_t>(end - begin), name);
-    return name;
+    return grs::Utf8ToWide(begin, static_cast<size_t>(end - begin));
 }
 
 // Members are listed only for null and objects; anything else fails as the
@@ -68,21 +56,13 @@ bool FillRecord(st_ZRVInfo& record, const Json::Value& root) {
     ServiceGroups groups;
     const Json::Value& services = root["services"];
     RequireMembers(services);
-    std::wstring key, address;  // reused for every entry
     // Members come in byte order of their names, which their UTF-16 forms
     // nearly always keep: the end is the right hint.
     for (auto group = services.begin(); group != services.end(); ++group) {
         RequireMembers(*group);
         std::map<std::wstring, std::wstring> entries;
-        for (auto entry = group->begin(); entry != group->end(); ++entry) {
-            const char* end = nullptr;
-            const char* begin = entry.memberName(&end);
-            key.clear();
-            grs::AppendUtf8AsWide(begin, static_cast<size_t>(end - begin), key);
-            address.clear();
-            AppendAsWide(*entry, address);
-            entries.emplace_hint(entries.end(), key, address);  // an earlier equal key stays
-        }
+        for (auto entry = group->begin(); entry != group->end(); ++entry)
+            entries.emplace_hint(entries.end(), NameAsWide(entry), AsWide(*entry));  // an earlier equal key stays
         // COMPAT: a group enters the record with its first entry, so one that
         // is null or an empty object is dropped. An answer whose groups are
         // all empty therefore has no services and is not applied.
@@ -92,24 +72,9 @@ bool FillRecord(st_ZRVInfo& record, const Json::Value& root) {
     return true;
 }
 
-// The fast reader's fields into the record, in FillRecord's order and with
-// its outcome.
-bool ApplyFields(st_ZRVInfo& record, RouteRecordText& fields) {
-    std::wstring text;
-    grs::AppendUtf8AsWide(fields.currentTime.data(), fields.currentTime.size(), text);
-    if (!grs::CopyToField(record.currentTime, text)) return false;
-    text.clear();
-    grs::AppendUtf8AsWide(fields.effectivePeriod.data(), fields.effectivePeriod.size(), text);
-    if (!grs::CopyToField(record.effectivePeriod, text)) return false;
-    record.isSuccess = fields.isSuccess;
-    text.clear();
-    grs::AppendUtf8AsWide(fields.countryCode.data(), fields.countryCode.size(), text);
-    record.countryCode.swap(text);
-    record.services.swap(fields.services);
-    return true;
-}
+}  // namespace
 
-bool ReadRecord(st_ZRVInfo*& record, const std::string& json, bool fastReader) {
+bool ReadRouteRecord(st_ZRVInfo*& record, const std::string& json) {
     // Empty when the text could not be taken (too deep, wrong member types).
     const std::optional<bool> read =
         grs::Guarded(__LINE__, kGetDeserialize, std::optional<bool>(), [&]() -> std::optional<bool> {
@@ -118,8 +83,6 @@ bool ReadRecord(st_ZRVInfo*& record, const std::string& json, bool fastReader) {
                 grs::log::Exception(__LINE__, kGetDeserialize, "route text nests too deep");
                 return std::nullopt;
             }
-            RouteRecordText fields;
-            if (fastReader && ReadWrittenRouteRecord(json, fields)) return ApplyFields(*record, fields);
             Json::Reader reader;
             Json::Value root;
             if (!reader.parse(json.data(), json.data() + json.size(), root, /*collectComments=*/true)) {
@@ -139,8 +102,6 @@ bool ReadRecord(st_ZRVInfo*& record, const std::string& json, bool fastReader) {
     }
     return false;
 }
-
-}  // namespace
 
 bool JsonNestsDeeperThan(const std::string& text, size_t limit) {
     // Runs over every route text before it is parsed: strings, most of the
@@ -176,14 +137,6 @@ bool JsonNestsDeeperThan(const std::string& text, size_t limit) {
         }
     }
     return false;
-}
-
-bool ReadRouteRecord(st_ZRVInfo*& record, const std::string& json) {
-    return ReadRecord(record, json, /*fastReader=*/true);
-}
-
-bool ReadRouteRecordWithJsoncpp(st_ZRVInfo*& record, const std::string& json) {
-    return ReadRecord(record, json, /*fastReader=*/false);
 }
 
 std::string WriteRouteRecord(const st_ZRVInfo& record) {

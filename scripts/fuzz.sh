@@ -12,7 +12,7 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 SECONDS_EACH=${1:-60}
 shift || true
 TARGETS=("$@")
-[ "${#TARGETS[@]}" -gt 0 ] || TARGETS=(IniDocumentFuzz SettingsFileFuzz DecimalFuzz RouteRecordFuzz RouteCacheFuzz RegionFuzz)
+[ "${#TARGETS[@]}" -gt 0 ] || TARGETS=(IniDocumentFuzz SettingsFileFuzz DecimalFuzz RouteCacheFuzz RegionFuzz)
 BUILD=${GRS_FUZZ_BUILD:-$ROOT/build-fuzz}
 case "$BUILD" in /*) ;; *) BUILD="$ROOT/$BUILD" ;; esac
 
@@ -38,7 +38,7 @@ failed=()
 for target in "${TARGETS[@]}"; do
   corpus="$BUILD/corpus/$target"
   mkdir -p "$corpus"
-  # Inputs that once broke a target are replayed first, every run; seeds
+  # Regression inputs are replayed first, every run; seeds
   # give the targets that need structure (JSON, a settings file) a start.
   seeds=()
   for extra in "$ROOT/fuzz/regressions/$target" "$ROOT/fuzz/seeds/$target"; do

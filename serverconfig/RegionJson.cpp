@@ -31,8 +31,7 @@ public:
             m_atRegion = m_regionName.compare(0, std::string::npos, text, length) == 0;
         } else if (m_depth == 2 && m_inRegion) {
             // Converted now: the reader reuses the key's memory for the value.
-            m_key.clear();
-            AppendUtf8AsWide(text, length, m_key);
+            m_key = Utf8ToWide(text, length);
         }
         return true;
     }
@@ -64,12 +63,7 @@ private:
                 m_scan.nonStringValue = true;
                 return;
             }
-            // The address is converted straight into the map's own string.
-            auto entry = m_scan.servers.lower_bound(m_key);
-            if (entry == m_scan.servers.end() || entry->first != m_key)
-                entry = m_scan.servers.emplace_hint(entry, m_key, std::wstring());
-            entry->second.clear();
-            AppendUtf8AsWide(text, length, entry->second);
+            m_scan.servers[m_key] = Utf8ToWide(text, length);
         }
     }
 

@@ -21,8 +21,8 @@ struct RegionScan {
 
 // The text is JSON as a C string: it ends at its first NUL byte, so a file
 // padded with NULs reads as its JSON. Bytes are not checked as UTF-8: names
-// and values are converted as Windows' converter does (AppendUtf8AsWide),
-// each invalid sequence becoming U+FFFD.
+// and values go through the system's converter (Utf8ToWide), which replaces
+// invalid sequences with U+FFFD.
 RegionScan ScanRegion(const std::string& jsonText, const std::string& regionName);
 
 // Where a syntax error sits, for whoever edits the file by hand.

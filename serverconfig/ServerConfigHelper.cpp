@@ -103,8 +103,9 @@ struct ServiceStep {
     AddressSetter setter;
 };
 
-// The order the store receives the addresses in. "portal" feeds two setters
-// and "ubaurl" is applied twice; both are deliberate.
+// The order the store receives the addresses in. COMPAT: "portal" feeds two
+// setters and "ubaurl" is applied twice, as the client's store has always
+// received them; neither is a slip.
 const ServiceStep kServiceSteps[] = {
     {SERVICE_TERMS, &GlobalParamWrapper::SetAgreementUrl},
     {SERVICE_UPAS, &GlobalParamWrapper::SetASBaseUrl},

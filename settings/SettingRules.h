@@ -21,8 +21,9 @@ constexpr wchar_t kSyncSettingSection[] = L"SyncSetting";
 // Start with Windows: HKEY_CURRENT_USER\<kRunKey>, value kRunValue.
 constexpr wchar_t kRunKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run";
 constexpr wchar_t kRunValue[] = L"QIRENT Cloud";
-// COMPAT: earlier versions read the value with a byte count of 260 (not 520);
-// commands that fit that, terminator included, are the ones they recognise.
+// COMPAT: the client's other versions read the value with a byte count of 260
+// (not 520); commands that fit that, terminator included, are the ones they
+// recognise.
 constexpr unsigned long kRunValueReadBytes = 260;
 // The longest command that reads as registered: 129 UTF-16 characters.
 constexpr size_t kRunValueReadableChars = kRunValueReadBytes / 2 - 1;

@@ -92,9 +92,9 @@ inline const wchar_t* FlagText(bool flag) {
 }
 
 // The Run value's command: the quoted executable path followed by
-// " /background". COMPAT: false when it would not fit the 260-character buffer
-// that earlier versions used (259 characters and the terminator); such an
-// install then never registers.
+// " /background". COMPAT: false when it would not fit the 260-character
+// buffer that the client's other versions read (259 characters and the
+// terminator); such an install then never registers.
 bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command);
 
 }  // namespace grs::settings

@@ -104,8 +104,8 @@ void ClientInitialize::RegisterStartingIsOpen(bool open) {
         std::wstring command;
         if (!grs::settings::BuildRunCommand(grs::HostExecutablePath(), command)) return;
 
-        // COMPAT: the size leaves out the terminator, as earlier versions wrote
-        // it, so that their values compare equal.
+        // COMPAT: the size leaves out the terminator, as the client's other
+        // versions write it, so that their values compare equal.
         const LSTATUS result =
             open ? ::RegSetValueExW(key.get(), kRunValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(command.c_str()),
                                     static_cast<DWORD>(command.size() * sizeof(wchar_t)))

@@ -54,6 +54,9 @@ std::wstring CurrentUserId() {
     return session ? session->GetCurrentUserID() : std::wstring();
 }
 
+// COMPAT: the HTTP library's diagnostics go to standard output, not to the
+// client's logger, where the client has always had them; a host that wants
+// them elsewhere redirects its standard output.
 void PrintHttpLog(const std::string& message) {
     std::cout << message << std::endl;
 }
@@ -204,6 +207,8 @@ std::string ClientInitialize::GetBaseUri() {
         if (!root.isObject() || !root.isMember("serverUrl")) return std::string();
         // asString refuses arrays and objects by throwing: caught below.
         std::string serverUrl = root["serverUrl"].asString();
+        // COMPAT: a success logged at severity 5, a notable success as the
+        // client's logs have always carried it; it is not an error.
         grs::log::Error(__LINE__, kGetBaseUri, serverUrl);
         return serverUrl;
     });

@@ -45,7 +45,7 @@ void Append(LogLine line) noexcept {
         LogState& log = Log();
         std::lock_guard<std::mutex> lock(log.mutex);
         std::string text = Timestamp() + " [" + std::to_string(line.severity) + "] " + line.function + ":" +
-                           std::to_string(line.line) + " " + ToUtf8(line.message) + "\r\n";
+                           std::to_string(line.line) + " " + WideToUtf8(line.message) + "\r\n";
         std::wstring path = log.file;
         if (path.empty()) {
             const std::wstring folder = DataFolder();
@@ -92,7 +92,7 @@ void CloudLogger::Output(ModuleType module, LogSeverity severity, int line, std:
 void CloudLogger::Output(ModuleType module, LogSeverity severity, int line, std::string function, std::string message,
                          bool flag) {
     try {
-        Append({static_cast<int>(module), static_cast<int>(severity), line, std::move(function), FromUtf8(message),
+        Append({static_cast<int>(module), static_cast<int>(severity), line, std::move(function), Utf8ToWide(message),
                 false, flag});
     } catch (...) {
     }

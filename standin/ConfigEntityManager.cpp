@@ -77,7 +77,7 @@ std::wstring ConfigEntityManager::GetConfigContentByType(ConfigEntityEnum kind) 
         }
         std::string bytes;
         if (grs::ReadWholeFile(path, kMaxContentBytes, bytes) != grs::ReadFileResult::Ok) return std::wstring();
-        std::wstring content = FromUtf8(bytes);
+        std::wstring content = Utf8ToWide(bytes);
         Remember(path, content);
         return content;
     } catch (...) {
@@ -88,7 +88,7 @@ std::wstring ConfigEntityManager::GetConfigContentByType(ConfigEntityEnum kind) 
 void ConfigEntityManager::updateConfigContent(ConfigEntityEnum kind, std::wstring& content) {
     try {
         const std::wstring path = ClientStandIn::ContentFilePath(static_cast<int>(kind));
-        if (!path.empty() && grs::ReplaceFileContent(path, ToUtf8(content)).Succeeded()) Remember(path, content);
+        if (!path.empty() && grs::ReplaceFileContent(path, WideToUtf8(content)).Succeeded()) Remember(path, content);
     } catch (...) {
     }
 }

@@ -64,8 +64,8 @@ std::wstring AddressOf(const wchar_t* name);
 // "<app-data>\ClientStandIn", created on demand.
 std::wstring DataFolder();
 
-using grs::support::FromUtf8;
-using grs::support::ToUtf8;
+using grs::Utf8ToWide;
+using grs::WideToUtf8;
 
 
 // Drops the configuration content kept in memory (a restart of the client).

@@ -29,7 +29,7 @@ std::string Trim(const std::string& text) {
 }
 
 void ParseRawHeaders(const std::wstring& raw, std::map<std::string, std::string>& headers) {
-    const std::string text = ToUtf8(raw);
+    const std::string text = WideToUtf8(raw);
     size_t start = text.find("\r\n");  // the status line comes first
     while (start != std::string::npos && start < text.size()) {
         start += 2;
@@ -91,7 +91,7 @@ HttpResponse SendHttpRequest(const std::wstring& url, const std::wstring& method
     ::WinHttpSetTimeouts(request.get(), resolveMs, connectMs, sendMs, receiveMs);
 
     std::wstring headerText;
-    for (const auto& header : headers) headerText += FromUtf8(header.first + ": " + header.second + "\r\n");
+    for (const auto& header : headers) headerText += Utf8ToWide(header.first + ": " + header.second + "\r\n");
     const BOOL sent =
         ::WinHttpSendRequest(request.get(), headerText.empty() ? WINHTTP_NO_ADDITIONAL_HEADERS : headerText.c_str(),
                              headerText.empty() ? 0 : static_cast<DWORD>(-1L),

@@ -17,12 +17,4 @@ bool WriteFileBytes(const std::wstring& path, const std::string& bytes);
 // The whole file; empty when it cannot be read.
 std::string ReadFileBytes(const std::wstring& path);
 
-// The kit's UTF-8 conversions (invalid input replaced, never refused).
-inline std::string ToUtf8(const std::wstring& text) {
-    return WideToUtf8(text);
-}
-inline std::wstring FromUtf8(const std::string& text) {
-    return Utf8ToWide(text);
-}
-
 }  // namespace grs::support

@@ -75,8 +75,4 @@ bool HasLogLine(const std::string& function, int severity, const std::wstring& m
     return false;
 }
 
-std::string Narrow(const std::wstring& text) {
-    return support::ToUtf8(text);
-}
-
 }  // namespace grs::test

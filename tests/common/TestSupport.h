@@ -68,6 +68,4 @@ std::vector<ClientStandIn::LogLine> LogLinesOf(const std::string& function = std
 // `line` 0: any source line.
 bool HasLogLine(const std::string& function, int severity, const std::wstring& message, int line = 0);
 
-std::string Narrow(const std::wstring& text);  // UTF-8, for failure messages
-
 }  // namespace grs::test

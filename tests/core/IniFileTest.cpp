@@ -17,7 +17,6 @@
 
 namespace {
 
-using grs::test::Narrow;
 using grs::test::ReadFileBytes;
 using grs::test::TempFolder;
 using grs::test::WriteFileBytes;
@@ -71,7 +70,7 @@ TEST(CIniFileW, ParseRules) {
         {L"[S]\nk=v \t\r\r\n", L"[S]\nk=v \t\n"},                      // only CR and LF cut at the end
         {L"[]\nk=1\n[a]b]\nj=2", L"[]\nk=1\n[a]b]\nj=2\n"},            // no final line feed
     };
-    for (const auto& c : cases) EXPECT_EQ(Rendered(c.text), c.rendered) << Narrow(c.text);
+    for (const auto& c : cases) EXPECT_EQ(Rendered(c.text), c.rendered) << grs::WideToUtf8(c.text);
 }
 
 // Names are ordered by their own comparison (fast on ASCII); its oracle is
@@ -84,7 +83,7 @@ TEST(IniNameLess, OrdersAsTheRuntimesCaseInsensitiveCompare) {
     const grs::IniNameLess less;
     for (const std::wstring& a : names)
         for (const std::wstring& b : names)
-            EXPECT_EQ(less(a, b), ::_wcsicmp(a.c_str(), b.c_str()) < 0) << Narrow(a) << " / " << Narrow(b);
+            EXPECT_EQ(less(a, b), ::_wcsicmp(a.c_str(), b.c_str()) < 0) << grs::WideToUtf8(a) << " / " << grs::WideToUtf8(b);
 }
 
 TEST(CIniFileW, GetValueAppliesTheDefaultOnlyInsideAnExistingSection) {
@@ -119,14 +118,14 @@ TEST(CIniFileW, LineBreaksCannotInjectEntries) {
         ini.ParseText(L"[S]\nVersion=1\n");
         ini.AddKey(ini.AddSection(c.section), c.key)->value = c.value;
         const std::wstring rendered = ini.RenderText();
-        EXPECT_EQ(rendered, c.rendered) << Narrow(c.key);
+        EXPECT_EQ(rendered, c.rendered) << grs::WideToUtf8(c.key);
         EXPECT_EQ(Rendered(rendered), rendered);
     }
 }
 
 // Names compare only up to a NUL character: a written name takes over from an
 // equal one that cannot be written, so what the operations set is saved
-// (found by fuzzing: such a header left out the whole "Setting" section).
+// (otherwise such a header leaves out the whole "Setting" section).
 TEST(CIniFileW, AWritableNameTakesOverFromAnEqualUnwritableOne) {
     CIniFileW ini;
     ini.ParseText(std::wstring(L"[S\0\r]\nk\0\r=1\n", 12));
@@ -136,7 +135,7 @@ TEST(CIniFileW, AWritableNameTakesOverFromAnEqualUnwritableOne) {
 
 // Every kind of file loads; a normalised one is saved back byte for byte. A
 // value UTF-8 cannot carry turns the file into UTF-16, which carries every
-// value exactly (found by fuzzing: a lone surrogate came back as U+FFFD).
+// value exactly (a lone surrogate must not come back as U+FFFD).
 TEST(CIniFileW, LoadsAnyFileAndSavesInTheEncodingItRead) {
     using E = grs::IniEncoding;
     const std::string longValue(70000, 'x');
@@ -155,7 +154,8 @@ TEST(CIniFileW, LoadsAnyFileAndSavesInTheEncodingItRead) {
         {"ansi", "[S]\nk=\xC3\x28\n", E::AnsiCodePage, L"*", true},
         {"ascii", "[S]\nk=" + longValue + "\n", E::AnsiCodePage, std::wstring(70000, L'x'), true},
         {"nul bytes", Bytes("[S]\nk=a\0b\n\0\0\n"), E::AnsiCodePage, std::wstring(L"a\0b", 3), false},
-        {"utf-16, odd size", Bytes("\xFF\xFE[\0S\0]\0\n\0k\0=\0v\0\n\0\x41"), E::Utf16Le, L"v", false},
+        {"utf-16, no final line break", Bytes("\xFF\xFE[\0S\0]\0\n\0k\0=\0v\0w\0"), E::Utf16Le, L"vw", false},
+        {"utf-16, odd size", Bytes("\xFF\xFE[\0S\0]\0\n\0k\0=\0v\0w\0\x41"), E::Utf16Le, L"vw", false},
         {"invalid utf-8 after a bom", "\xEF\xBB\xBF[S]\nk=\xFF\n", E::Utf8Bom, L"\uFFFD", false},
         {"empty", "", E::Utf16Le, L"", false},
         {"megabyte line", "[S]\nk=v\n" + std::string(1 << 20, '['), E::AnsiCodePage, L"v", false},
@@ -356,7 +356,7 @@ TEST(IniFileHelper, ReadsOutOfMemoryGiveEmptyAndLog) {
             const auto lines = grs::test::LogLinesOf(c.function);
             ASSERT_EQ(lines.size(), 1u);
             EXPECT_EQ(lines[0].severity, 5);
-            EXPECT_EQ(Narrow(lines[0].message), "[" + std::string(c.function) + "] std::bad_alloc");
+            EXPECT_EQ(grs::WideToUtf8(lines[0].message), "[" + std::string(c.function) + "] std::bad_alloc");
         }
     }
 }

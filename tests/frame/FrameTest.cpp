@@ -42,7 +42,6 @@ TEST(Frame, PathConstantsFollowTheDeclaredRow) {
     const char* previous = nullptr;
     for (size_t i = 0; i < grs::kGlobalParameterPathCount; ++i) {
         const std::wstring& member = instance->*grs::kGlobalParameterPaths[i].member;
-        EXPECT_EQ(member, grs::kGlobalParameterPaths[i].value) << "member " << i;
         const char* address = reinterpret_cast<const char*>(&member);
         if (previous) EXPECT_LT(previous, address) << "member " << i << " is out of declaration order";
         previous = address;

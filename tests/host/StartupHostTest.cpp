@@ -216,7 +216,7 @@ TEST(StartupHostInspect, ReportsWhatIsWrongAndChangesNothing) {
     const auto after = FolderContents(root.Path());
     EXPECT_EQ(after.size(), before.size());
     for (const auto& file : before) {
-        SCOPED_TRACE(grs::test::Narrow(file.first));
+        SCOPED_TRACE(grs::WideToUtf8(file.first));
         ASSERT_EQ(after.count(file.first), 1u);
         EXPECT_EQ(after.at(file.first).first, file.second.first);
         EXPECT_EQ(after.at(file.first).second, file.second.second);

@@ -122,7 +122,7 @@ TEST_F(SettingsUnderStress, ThreadsLoseNoKeyAndReadersNeverSeeAHalfFile) {
                         break;
                 }
                 const auto read = ClientInitialize::GetUpgradeInfo({key});
-                EXPECT_TRUE(read.size() == 1 && read[0].value == L"v") << Narrow(key);
+                EXPECT_TRUE(read.size() == 1 && read[0].value == L"v") << grs::WideToUtf8(key);
             }
             --writersLeft;
         });

@@ -153,7 +153,7 @@ TEST_F(Faults, SaveWhileAnotherHandleHoldsTheFileArrives) {
     const auto saves = LogLinesOf("CIniFileW::Save");
     ASSERT_EQ(saves.size(), 1u);
     EXPECT_EQ(saves[0].severity, 2);
-    EXPECT_EQ(saves[0].message.rfind(L"Rewritten in place", 0), 0u) << Narrow(saves[0].message);
+    EXPECT_EQ(saves[0].message.rfind(L"Rewritten in place", 0), 0u) << grs::WideToUtf8(saves[0].message);
 }
 
 // A cache that is not a route record, or a damaged one: never a crash, and a

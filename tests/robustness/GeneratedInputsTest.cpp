@@ -48,7 +48,7 @@ TEST(GeneratedIni, RenderedTextParsesBackToItself) {
         const std::wstring rendered = first.RenderText();
         CIniFileW second;
         second.ParseText(rendered);
-        ASSERT_EQ(second.RenderText(), rendered) << Narrow(text);
+        ASSERT_EQ(second.RenderText(), rendered) << grs::WideToUtf8(text);
     }
 }
 
@@ -83,8 +83,8 @@ TEST(GeneratedIni, SavedDocumentsLoadBackInEveryEncoding) {
     }
 }
 
-// Inputs the native fuzz targets once broke (see fuzz/regressions).
-TEST(FuzzFindings, StayFixed) {
+// Hostile inputs that keep their own cases (the bytes of fuzz/regressions).
+TEST(HostileInputs, KeepTheirInvariants) {
     TempFolder folder;
     const std::wstring path = folder / L"found.ini";
     // Plain bytes read in the ANSI code page whose rewrite would be valid

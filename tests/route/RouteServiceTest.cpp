@@ -227,7 +227,7 @@ TEST_F(RouteService, RecordWhoseGroupsAreAllEmptyIsNotApplied) {
     };
     ClientStandIn::SetText(Text::PackageName, L"com.pkg");
     for (const auto& c : cases) {
-        SCOPED_TRACE(grs::test::Narrow(c.services));
+        SCOPED_TRACE(grs::WideToUtf8(c.services));
         WriteCache(CacheText(L"CN", 0, c.services));
         EXPECT_EQ(Initialise(true), c.calls != nullptr);
         EXPECT_EQ(Calls(), c.calls ? c.calls : L"");

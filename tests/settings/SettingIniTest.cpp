@@ -98,7 +98,8 @@ TEST_F(SettingIni, AutoStartIsReconciledWithTheRunValue) {
                 {"IsAutoStartUp=1\n", L"<none>", ours, 1, false, L"1"},
                 {"IsAutoStartUp=1\n", tooLong, ours, 1, false, L"1"},
                 {"IsAutoStartUp=0\n", other, L"<none>", 0, false, L"0"},
-                {"IsAutoStartUp=0\n", tooLong, tooLong, 0, false, L"0"}};
+                {"IsAutoStartUp=0\n", tooLong, tooLong, 0, false, L"0"},
+                {"IsAutoStartUp=true\n", other, L"<none>", 0, false, L"true"}};  // only "1" means on
     for (const auto& row : rows) {
         SCOPED_TRACE(row.lines);
         SetRunValue(row.before);
@@ -197,7 +198,7 @@ TEST_F(SettingIni, RunValueIsWrittenDeletedAndRecognised) {
     EXPECT_EQ(RunValue(), L"<none>");
     EXPECT_TRUE(HasLogLine(kTag, 2, L"set auto start up error, code:2"));
 
-    for (size_t length : {129u, 130u}) {  // read into 260 bytes, as earlier versions did
+    for (size_t length : {129u, 130u}) {  // read into 260 bytes, as the client's other versions do
         SetRunValue(std::wstring(length, L'c'));
         EXPECT_EQ(ClientInitialize::GetRegisterStartingIsOpen(), length == 129u);
     }

@@ -32,7 +32,7 @@ TEST_F(SyncSettingIni, CreateMirrorsTheStoreAndNamesTheUserCache) {
     const std::wstring digest = L"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
     // One backslash between folder and digest; the folders are UTF-8 bytes.
     for (const std::wstring folder : {L"C:\\Cache", L"C:\\Cache\\", L"C:\\Cach\u00e9"}) {
-        SCOPED_TRACE(Narrow(folder));
+        SCOPED_TRACE(grs::WideToUtf8(folder));
         CopyToField(Show().CacheFolder, folder);
         ClientInitialize::CreateSyncSettingFile();
         wchar_t section[2048] = {};

@@ -65,7 +65,7 @@ TEST(UserPropertyRows, LoadThenSave) {
         grs::ResetUserPropertiesShow(show);
         grs::CopyToField(show.DownLoadFolder, L"D:\\Old");
         grs::ApplyPropertyRows(c.rows, show, other, true);
-        EXPECT_EQ(Saved(show, other)[c.savedKey], c.saved) << grs::test::Narrow(c.rows[0].key);
+        EXPECT_EQ(Saved(show, other)[c.savedKey], c.saved) << grs::WideToUtf8(c.rows[0].key);
     }
 }
 
@@ -109,7 +109,7 @@ TEST(DriveChoice, FirstQualifyingDriveSystemDriveLast) {
     };
     for (const auto& t : cases)
         EXPECT_EQ(grs::ChooseSyncCloudFolder(t.drives, L"C:\\", L"C:\\Users\\name", probe), t.expected)
-            << grs::test::Narrow(t.expected);
+            << grs::WideToUtf8(t.expected);
 }
 
 TEST(SyncFolderTest, TrailingSeparatorDecides) {
@@ -122,7 +122,7 @@ TEST(SyncFolderTest, TrailingSeparatorDecides) {
                  {L"d:\\sync\\Cache", false},
                  {L"", false}};
     for (const auto& c : cases)
-        EXPECT_EQ(grs::LiesInSyncFolder(c.path, L"D:\\Sync\\"), c.inside) << grs::test::Narrow(c.path);
+        EXPECT_EQ(grs::LiesInSyncFolder(c.path, L"D:\\Sync\\"), c.inside) << grs::WideToUtf8(c.path);
 }
 
 }  // namespace

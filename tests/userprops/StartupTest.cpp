@@ -70,7 +70,7 @@ protected:
 TEST_F(UserPropsStart, FirstStartSavesEveryRowAndALaterStartKeepsThem) {
     ASSERT_TRUE(ClientInitialize::InitializeUserProperties());
     const std::wstring sync = Show().SyncCloudFolder;
-    EXPECT_EQ(sync.find(L":\\"), 1u) << grs::test::Narrow(sync);
+    EXPECT_EQ(sync.find(L":\\"), 1u) << grs::WideToUtf8(sync);
     EXPECT_EQ(sync.substr(sync.size() - 12), L"Qirent Drive");
     EXPECT_EQ(std::wstring(Show().CacheFolder), Profile(L"Cloud\\Cache"));
     EXPECT_EQ(std::wstring(Show().NewDownLoadFolder), sandbox.Downloads());
@@ -143,7 +143,7 @@ TEST_F(UserPropsStart, RepairsAndBadRows) {
         {{{L"UploadThreadCount", L"1"}, {L"CacheFolder", std::wstring(255, L'c')}}, false, 5, 1},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(grs::test::Narrow(c.rows[0].value));
+        SCOPED_TRACE(grs::WideToUtf8(c.rows[0].value));
         Db::DeleteAllUserProperties();
         Seed(c.rows);
         EXPECT_EQ(ClientInitialize::InitializeUserProperties(), c.result);
@@ -169,7 +169,7 @@ TEST_F(UserPropsStart, OldWindowsSwitchesSyncOffInTheDatabase) {
     ASSERT_TRUE(grs::InitializeUserPropertiesFor(false));
     auto stored = Stored();
     for (const wchar_t* key : {L"IsSyncSwitchOpen", L"ShowQirentDriveTray", L"IsSyncCloudClose", L"ShowQirentShortcut"})
-        EXPECT_EQ(stored[key], L"0") << grs::test::Narrow(key);
+        EXPECT_EQ(stored[key], L"0") << grs::WideToUtf8(key);
     EXPECT_EQ(stored[L"SyncCloudFolder"], L"");
     EXPECT_FALSE(Show().ShowQirentDriveTray);
     EXPECT_FALSE(Show().ShowQirentShortcut);
@@ -208,6 +208,9 @@ TEST_F(UserPropsStart, CacheInsideSyncFolderMovesAndItsThumbnailsFollow) {
     ASSERT_TRUE(ClientInitialize::InitializeUserProperties());
     EXPECT_EQ(std::wstring(Show().CacheFolder), Profile(L"Cloud\\Cache"));
     EXPECT_EQ(std::wstring(Show().NewDownLoadFolder), sandbox.Downloads());
+    EXPECT_EQ(Stored()[L"NewDownLoadFolder"], sandbox.Downloads());
+    EXPECT_TRUE(grs::test::HasLogLine("ClientInitialize::CheckPathInSyncFolder", 2,
+                                      L"CopySyncFolderToCache update downloadPath = " + sandbox.Downloads()));
     EXPECT_EQ(Stored()[L"IsOpenDownloadWnd"], L"1");
     EXPECT_EQ(ClientStandIn::ModPathResCalls(), std::vector<bool>{true});
     ASSERT_TRUE(WaitForCopyEnd());

@@ -51,7 +51,7 @@ int main() {
             routesPath = argv[++i];
         } else if (arg == L"--server" && hasValue) {
             Mode mode;
-            if (!grs::routeserver::ParseMode(grs::support::ToUtf8(argv[++i]), mode))
+            if (!grs::routeserver::ParseMode(grs::WideToUtf8(argv[++i]), mode))
                 return Usage("unknown server mode");
             modes.push_back(mode);
         } else if (arg == L"--max-age" && hasValue) {

@@ -73,8 +73,8 @@ bool ClientInitialize::IsNeedCreateShortcut() {
         const bool found = grs::settings::ChangeExistingFile(
             grs::settings::SettingFilePath(), kIsNeedCreateShortcut, [&](CIniFileW& ini) {
                 flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring());
-                // COMPAT: saved unchanged, as the client always did (the save
-                // writes nothing when the bytes would be the same).
+                // Saved with no value changed: identical bytes are not written,
+                // other forms are rewritten with the same keys and values.
                 return grs::settings::Outcome::Save;
             });
         return found && grs::settings::ReadsShortcutPending(flag);

@@ -122,4 +122,12 @@ bool SaveChange(CIniFileW& ini, const std::wstring& path, const char* function) 
     return false;
 }
 
+void RunValueNotChanged(const char* function, bool open, const wchar_t* step, long error) noexcept {
+    Guarded(__LINE__, function, [&] {
+        log::Error(__LINE__, function,
+                   std::wstring(open ? L"Start with Windows not registered" : L"Start with Windows not unregistered") +
+                       L", " + step + L" failed with error " + std::to_wstring(error));
+    });
+}
+
 }  // namespace grs::settings

@@ -46,6 +46,11 @@ void MarkAtRest(const std::wstring& path) noexcept;
 // 0 on success, otherwise the error of the failed write.
 unsigned long WriteShowTabBar(bool showTabBar);
 
+// Logs at severity 5, under `function`, that registering (`open`) or
+// unregistering the start with Windows did not happen: the step and the
+// registry's error.
+void RunValueNotChanged(const char* function, bool open, const wchar_t* step, long error) noexcept;
+
 // What a change of a loaded settings file asks for once it has run.
 enum class Outcome {
     Save,     // write the document back, then hide the file again

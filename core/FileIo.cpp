@@ -37,8 +37,10 @@ ReadFileResult ReadWholeFile(const std::wstring& path, unsigned long long maxByt
         return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? ReadFileResult::Missing
                                                                               : ReadFileResult::CannotOpen;
     }
-    if (::GetFileType(file.get()) != FILE_TYPE_DISK) {
-        ::SetLastError(ERROR_INVALID_FUNCTION);
+    const DWORD type = ::GetFileType(file.get());
+    if (type != FILE_TYPE_DISK) {
+        // Unknown with an error: the query failed, and its error tells why.
+        if (type != FILE_TYPE_UNKNOWN || ::GetLastError() == NO_ERROR) ::SetLastError(ERROR_INVALID_FUNCTION);
         return ReadFileResult::CannotOpen;
     }
     LARGE_INTEGER size = {};

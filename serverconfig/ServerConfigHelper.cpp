@@ -199,7 +199,7 @@ bool ServerConfigHelper::isFileExist(bool isTest) {
             ApplyText(text, m_countryCode, m_servers, [this](const std::string& json, ServersByCountry& byCountry) {
                 loadServersMap(json, byCountry);
             });
-        } else if (!grs::PathExists(grs::WithExtendedPrefix(path))) {
+        } else if (grs::ProbePath(grs::WithExtendedPrefix(path)) == grs::PathPresence::Missing) {
             grs::log::Error(kLineFileMissing, kIsFileExist,
                             L"Load serverconfig to init url fail, serverAddresPath: " + path);
             return false;
@@ -283,7 +283,10 @@ void ServerConfigHelper::InitLocalServiceUrl() {
 namespace grs {
 
 bool ServerAddressFileNotRead(const std::wstring& path, unsigned long error) {
-    if (error != 0)
+    // A folder in the file's place is no file: it loads nothing, silently.
+    const DWORD attributes = ::GetFileAttributesW(WithExtendedPrefix(path).c_str());
+    const bool folder = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    if (error != 0 && !folder)
         log::Error(__LINE__, kIsFileExist,
                    L"Server address file not read, error " + std::to_wstring(error) + L": " + path);
     return false;

@@ -211,7 +211,7 @@ std::vector<std::string> FaultInjector::UncoveredImports() const {
     static const char* const kHarmless[] = {"GetModuleFileNameW", "GetModuleHandleExW", "GetModuleHandleW",
                                             "GetModuleHandleA", "LoadLibraryW", "FreeLibraryAndExitThread",
                                             "FreeLibrary", "RegCloseKey", "FindClose", "RegOverridePredefKey",
-                                            "GetTempPathW"};
+                                            "GetTempPathW", "GetSystemTimeAsFileTime"};
     std::vector<std::string> uncovered;
     for (const char* library : {"KERNEL32.dll", "ADVAPI32.dll"}) {
         for (const std::string& name : ImportRedirect::ImportedNames(m_dll, library)) {

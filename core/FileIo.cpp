@@ -12,6 +12,23 @@
 
 namespace grs {
 
+namespace {
+
+// Reads from the file's current position to its end, at most `maxBytes`.
+ReadFileResult ReadToEnd(HANDLE file, unsigned long long maxBytes, std::string& content) {
+    char buffer[65536];
+    for (;;) {
+        DWORD read = 0;
+        if (!::ReadFile(file, buffer, sizeof buffer, &read, nullptr)) return ReadFileResult::Failed;
+        if (read == 0) return ReadFileResult::Ok;
+        // The file may grow while it is read.
+        if (content.size() + read > maxBytes) return ReadFileResult::TooLarge;
+        content.append(buffer, read);
+    }
+}
+
+}  // namespace
+
 ReadFileResult ReadWholeFile(const std::wstring& path, unsigned long long maxBytes, std::string& bytes) {
     UniqueFile file(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                   nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -20,8 +37,10 @@ ReadFileResult ReadWholeFile(const std::wstring& path, unsigned long long maxByt
         return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? ReadFileResult::Missing
                                                                               : ReadFileResult::CannotOpen;
     }
-    if (::GetFileType(file.get()) != FILE_TYPE_DISK) {
-        ::SetLastError(ERROR_INVALID_FUNCTION);
+    const DWORD type = ::GetFileType(file.get());
+    if (type != FILE_TYPE_DISK) {
+        // Unknown with an error: the query failed, and its error tells why.
+        if (type != FILE_TYPE_UNKNOWN || ::GetLastError() == NO_ERROR) ::SetLastError(ERROR_INVALID_FUNCTION);
         return ReadFileResult::CannotOpen;
     }
     LARGE_INTEGER size = {};
@@ -30,15 +49,8 @@ ReadFileResult ReadWholeFile(const std::wstring& path, unsigned long long maxByt
 
     std::string content;
     content.reserve(static_cast<size_t>(size.QuadPart));
-    char buffer[65536];
-    for (;;) {
-        DWORD read = 0;
-        if (!::ReadFile(file.get(), buffer, sizeof buffer, &read, nullptr)) return ReadFileResult::Failed;
-        if (read == 0) break;
-        // The file may grow while it is read.
-        if (content.size() + read > maxBytes) return ReadFileResult::TooLarge;
-        content.append(buffer, read);
-    }
+    const ReadFileResult read = ReadToEnd(file.get(), maxBytes, content);
+    if (read != ReadFileResult::Ok) return read;
     bytes.swap(content);
     return ReadFileResult::Ok;
 }
@@ -174,18 +186,44 @@ bool HeldByAnotherHandle(DWORD error) {
     return error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION;
 }
 
-// The fallback when the target cannot be replaced: truncate, write, flush, in
-// the one file. Opening shares everything, so it works whenever the holder
-// shares writing. Windows refuses to open a file whose deletion is pending;
-// Wine opens it, and the content then goes with the file.
+// The fallback when the target cannot be replaced: the new bytes over the
+// old from the start, the file cut to their length, a flush, in the one file.
+// Opening shares everything, so it works whenever the holder shares writing.
+// The bytes it replaces are read first: a write, cut or flush that fails puts
+// them back, so a full disk does not leave the file torn. Windows refuses to
+// open a file whose deletion is pending; Wine opens it, and the content then
+// goes with the file.
 SaveResult RewriteInPlace(const std::wstring& path, const std::string& bytes) {
-    const UniqueFile file(::CreateFileW(path.c_str(), GENERIC_WRITE,
-                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                                        FILE_ATTRIBUTE_NORMAL, nullptr));
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    UniqueFile file(::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+    // A holder that shares writing but not reading: written without a copy.
+    const bool readable = file.valid();
+    if (!readable)
+        file.reset(::CreateFileW(path.c_str(), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                                 nullptr));
     if (!file) return Failure(SaveStep::OpenTargetInPlace, ::GetLastError());
-    if (!::SetEndOfFile(file.get()) || !WriteAll(file.get(), bytes))
+    std::string previous;
+    if (readable && ReadToEnd(file.get(), ~0ull, previous) != ReadFileResult::Ok)
         return Failure(SaveStep::WriteInPlace, ::GetLastError());
-    if (!::FlushFileBuffers(file.get())) return Failure(SaveStep::FlushInPlace, ::GetLastError());
+    const auto writeFromStart = [&file](const std::string& content) {
+        LARGE_INTEGER start = {};
+        return ::SetFilePointerEx(file.get(), start, nullptr, FILE_BEGIN) && WriteAll(file.get(), content) &&
+               ::SetEndOfFile(file.get());
+    };
+    SaveStep failed = SaveStep::None;
+    if (!writeFromStart(bytes))
+        failed = SaveStep::WriteInPlace;
+    else if (!::FlushFileBuffers(file.get()))
+        failed = SaveStep::FlushInPlace;
+    if (failed != SaveStep::None) {
+        SaveResult result = Failure(failed, ::GetLastError());
+        if (readable) {
+            result.restoreTried = true;
+            if (!writeFromStart(previous) || !::FlushFileBuffers(file.get())) result.restoreError = ::GetLastError();
+        }
+        return result;
+    }
     // The attributes a replaced file would have; zero times stay as they are.
     FILE_BASIC_INFO basic = {};
     basic.FileAttributes = FILE_ATTRIBUTE_NORMAL;

@@ -60,6 +60,10 @@ struct SaveResult {
     // Non-zero when another handle held the target: the Win32 error with
     // which the replace was refused, after which the in-place path was taken.
     unsigned long refusedReplace = 0;
+    // After a failed in-place write or flush: whether the bytes it replaced
+    // were written back, and the Win32 error when that failed too.
+    bool restoreTried = false;
+    unsigned long restoreError = 0;
 
     bool Succeeded() const { return failedStep == SaveStep::None; }
     bool RewrittenInPlace() const { return Succeeded() && refusedReplace != 0; }
@@ -67,8 +71,10 @@ struct SaveResult {
 
 // Saves `bytes` as the whole content of `path` (see the guarantees above).
 // The written file has normal attributes. On failure the target keeps its old
-// content, except after a failed in-place write, and no temporary file is
-// left. A read-only target is refused.
+// content and no temporary file is left. An in-place write that fails puts
+// the bytes it replaced back (restoreTried, restoreError); only when that
+// fails as well can the target be left partial. A read-only target is
+// refused.
 [[nodiscard]] SaveResult ReplaceFileContent(const std::wstring& path, const std::string& bytes);
 
 }  // namespace grs

@@ -359,7 +359,7 @@ int CIniFileW::Save(const std::wstring& path) {
         // leaves the file as if this save had come first. Either way nobody's
         // change is lost, and a start on an unchanged file writes nothing.
         if (bytes == m_fileBytes && !m_filePath.empty() && ::_wcsicmp(path.c_str(), m_filePath.c_str()) == 0) return 1;
-        const grs::SaveResult saved = grs::ReplaceFileContent(path, bytes);
+        const grs::SaveResult saved = m_lastSave = grs::ReplaceFileContent(path, bytes);
         if (!saved.Succeeded()) {
             std::string message = "Not saved: step " + std::string(grs::SaveStepName(saved.failedStep)) + " (" +
                                   std::to_string(static_cast<int>(saved.failedStep)) + ") failed with error " +

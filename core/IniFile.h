@@ -74,6 +74,9 @@ public:
     // the file it was last loaded from or saved to, whose bytes would be the
     // same as then, is not written again (1, the file untouched).
     int Save(const std::wstring& path);
+    // What the last Save that wrote found; a save skipped as unchanged, or
+    // stopped by an exception, leaves it as it was.
+    const grs::SaveResult& LastSave() const { return m_lastSave; }
 
     void Clear();
     Section* FindSection(const std::wstring& name);
@@ -103,4 +106,5 @@ private:
     // The file this document was last read from or written to, and its bytes.
     std::wstring m_filePath;
     std::string m_fileBytes;
+    grs::SaveResult m_lastSave;
 };

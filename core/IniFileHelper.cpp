@@ -22,9 +22,10 @@ constexpr char kWriteIniKeyValueA[] = "IniFileHelperA::WriteIniKeyValueA";
 constexpr char kReadIniValueByKeyTypeStringA[] = "IniFileHelperA::ReadIniValueByKeyTypeString";
 
 constexpr DWORD kValueBufferSize = 260;
-
 // The wide and narrow helpers differ only in which file and profile
 // functions they call.
+BOOL WriteProfile(const wchar_t* s, const wchar_t* k, const wchar_t* v, const wchar_t* f) { return ::WritePrivateProfileStringW(s, k, v, f); }
+BOOL WriteProfile(const char* s, const char* k, const char* v, const char* f) { return ::WritePrivateProfileStringA(s, k, v, f); }
 template <typename Char>
 void CreateFileIfMissing(const Char* path) {
     if (path == nullptr) return;
@@ -32,12 +33,12 @@ void CreateFileIfMissing(const Char* path) {
         WIN32_FIND_DATAW data = {};
         if (grs::UniqueFind(::FindFirstFileW(path, &data))) return;
         const grs::UniqueFile created(::CreateFileW(path, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
-                                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+                                                    CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
     } else {
         WIN32_FIND_DATAA data = {};
         if (grs::UniqueFind(::FindFirstFileA(path, &data))) return;
         const grs::UniqueFile created(::CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
-                                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+                                                    CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
     }
 }
 
@@ -54,10 +55,9 @@ void WriteValue(const Char* path, const Char* section, const std::basic_string<C
         return;
     }
     if (grs::ini::CutAtLineBreak(value)) grs::log::Error(line, function, L"Value cut at its first line break");
-    if constexpr (std::is_same_v<Char, wchar_t>)
-        ::WritePrivateProfileStringW(section, key.c_str(), value.c_str(), path);
-    else
-        ::WritePrivateProfileStringA(section, key.c_str(), value.c_str(), path);
+    // The other keys are still written: a failed one is named.
+    if (!WriteProfile(section, key.c_str(), value.c_str(), path))
+        grs::log::Error(line, function, L"Key not written: " + std::wstring(key.begin(), key.end()) + L", error " + std::to_wstring(::GetLastError()));
 }
 
 template <typename Char>

@@ -62,6 +62,14 @@ bool PathExists(const std::wstring& path) {
     return !path.empty() && ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
+PathPresence ProbePath(const std::wstring& path) {
+    if (path.empty()) return PathPresence::Missing;
+    if (::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return PathPresence::Present;
+    const DWORD error = ::GetLastError();
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? PathPresence::Missing
+                                                                          : PathPresence::Unknown;
+}
+
 std::wstring HostExecutablePath() {
     std::wstring buffer(MAX_PATH, L'\0');
     for (;;) {

@@ -41,6 +41,13 @@ bool IsCloudPlaceholder(const std::wstring& path);
 // Any file-system entry (a file or a directory) exists at the path.
 bool PathExists(const std::wstring& path);
 
+// Whether an entry exists, for a caller about to change it. Only "no such
+// file or folder" means Missing; any other failure of the query (access
+// denied, a sharing violation, an I/O error) cannot tell, and GetLastError
+// then holds the error.
+enum class PathPresence { Present, Missing, Unknown };
+PathPresence ProbePath(const std::wstring& path);
+
 // Creates the folder and its missing parents. True when the folder exists
 // afterwards (an existing folder is success, a file of that name is not).
 bool CreateFolderTree(const std::wstring& folder);

@@ -74,12 +74,12 @@ std::wstring MainModulePath() {
     return grs::HostExecutablePath().substr(0, MAX_PATH - 1);
 }
 
-// The whole file, read once; an empty file, one over the size limit or one
-// that cannot be read gives nothing, which loads nothing.
-bool ReadServerAddressFile(const std::wstring& path, std::string& text) {
-    return grs::ReadWholeFile(grs::WithExtendedPrefix(path), kMaxFileSize, text) == grs::ReadFileResult::Ok &&
-           !text.empty();
-}
+// The whole file, read once; empty, too large or unreadable loads nothing.
+// `error`: the Win32 error of a file that could not be opened, sized or read.
+bool ReadServerAddressFile(const std::wstring& path, std::string& text, unsigned long* error = nullptr) {
+    const grs::ReadFileResult read = grs::ReadWholeFile(grs::WithExtendedPrefix(path), kMaxFileSize, text);
+    if (error != nullptr) *error = read == grs::ReadFileResult::Ok || read == grs::ReadFileResult::TooLarge ? 0 : ::GetLastError();
+    return read == grs::ReadFileResult::Ok && !text.empty(); }
 
 // What Load does with the file's text: the region of `countryCode` replaces
 // `servers` when the file names it. An exception (a value that is not a
@@ -193,19 +193,19 @@ bool ServerConfigHelper::isFileExist(bool isTest) {
         path = grs::ModuleDirectory() + name;
 
         // Read first and test for existence only when that fails: a path that
-        // exists but cannot be read (a folder, a locked file) loads nothing
-        // and is not reported as missing, just as with the test first.
+        // exists but cannot be read (a folder, a locked file) is not missing.
         std::string text;
-        if (ReadServerAddressFile(path, text)) {
+        unsigned long readError = 0;
+        if (ReadServerAddressFile(path, text, &readError)) {
             ApplyText(text, m_countryCode, m_servers, [this](const std::string& json, ServersByCountry& byCountry) {
                 loadServersMap(json, byCountry);
             });
-        } else if (!grs::PathExists(grs::WithExtendedPrefix(path))) {
+        } else if (grs::ProbePath(grs::WithExtendedPrefix(path)) == grs::PathPresence::Missing) {
             grs::log::Error(kLineFileMissing, kIsFileExist,
                             L"Load serverconfig to init url fail, serverAddresPath: " + path);
             return false;
         }
-        if (m_servers.empty()) return false;
+        if (m_servers.empty()) return grs::ServerAddressFileNotRead(path, readError);
         InitLocalServiceUrl();
         grs::log::Info(kLineLoaded, kIsFileExist, "Load serverconfig to init url");
         return true;
@@ -280,3 +280,17 @@ void ServerConfigHelper::InitLocalServiceUrl() {
         }
     });
 }
+
+namespace grs {
+
+bool ServerAddressFileNotRead(const std::wstring& path, unsigned long error) {
+    // A folder in the file's place is no file: it loads nothing, silently.
+    const DWORD attributes = ::GetFileAttributesW(WithExtendedPrefix(path).c_str());
+    const bool folder = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    if (error != 0 && !folder)
+        log::Error(__LINE__, kIsFileExist,
+                   L"Server address file not read, error " + std::to_wstring(error) + L": " + path);
+    return false;
+}
+
+}  // namespace grs

@@ -12,4 +12,9 @@ namespace grs {
 std::wstring& ModuleDirectory();
 std::wstring& ServerAddressPath();
 
+// Says at severity 5, with the Win32 error, why a server address file that is
+// there loaded nothing (`error` 0, or a folder in its place: nothing to say). Always false: what
+// isFileExist returns then.
+bool ServerAddressFileNotRead(const std::wstring& path, unsigned long error);
+
 }  // namespace grs

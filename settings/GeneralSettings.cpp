@@ -81,7 +81,7 @@ void ClientInitialize::CreateSettingFile(std::wstring version) {
         grs::settings::CompleteSettings(ini, defaults);
         grs::log::Info(__LINE__, kCreateSettingFile, L"CreateSettingFile::Set IsGuidRun Value");
 
-        ini.Save(path);
+        grs::settings::SaveChange(ini, path, kCreateSettingFile);
         grs::settings::MarkAtRest(path);
     });
 }

@@ -63,11 +63,11 @@ unsigned long WriteShowTabBar(bool showTabBar) {
     MarkChanging(settingFile);
     const BOOL written =
         ::WritePrivateProfileStringW(kSettingSection, L"ShowTabBar", FlagText(showTabBar), settingFile.c_str());
-    const DWORD error = written ? ERROR_SUCCESS : ::GetLastError();
+    // A failure that sets no error must not read as success.
+    const DWORD error = written ? ERROR_SUCCESS : ::GetLastError() != ERROR_SUCCESS ? ::GetLastError() : ERROR_WRITE_FAULT;
     MarkAtRest(settingFile);
     return error;
 }
-
 Loaded LoadSettingsFile(CIniFileW& ini, const std::wstring& path, const char* function) {
     if (ini.Load(path)) return Loaded::Read;
     const wchar_t* reason = nullptr;
@@ -89,6 +89,45 @@ Loaded LoadSettingsFile(CIniFileW& ini, const std::wstring& path, const char* fu
         __LINE__, function,
         L"Not changed, " + std::wstring(reason) + L" (error " + std::to_wstring(ini.LoadError()) + L"): " + path);
     return Loaded::Unreadable;
+}
+
+bool ExistsForChange(const std::wstring& path, const char* function) {
+    switch (ProbePath(path)) {
+        case PathPresence::Present:
+            return true;
+        case PathPresence::Missing:
+            return false;
+        case PathPresence::Unknown:
+            break;
+    }
+    log::Error(__LINE__, function,
+               L"Not changed, cannot tell whether it exists (error " + std::to_wstring(::GetLastError()) + L"): " + path);
+    return false;
+}
+
+bool SaveChange(CIniFileW& ini, const std::wstring& path, const char* function) {
+    if (ini.Save(path)) return true;
+    const SaveResult& saved = ini.LastSave();
+    std::wstring message = L"Change not saved";
+    if (!saved.Succeeded()) {
+        message += L", step " + Utf8ToWide(SaveStepName(saved.failedStep)) + L" failed with error " +
+                   std::to_wstring(saved.error);
+    }
+    if (saved.restoreTried) {
+        message += saved.restoreError == 0
+                       ? std::wstring(L", the old content was put back")
+                       : L", putting the old content back failed with error " + std::to_wstring(saved.restoreError);
+    }
+    log::Error(__LINE__, function, message + L": " + path);
+    return false;
+}
+
+void RunValueNotChanged(const char* function, bool open, const wchar_t* step, long error) noexcept {
+    Guarded(__LINE__, function, [&] {
+        log::Error(__LINE__, function,
+                   std::wstring(open ? L"Start with Windows not registered" : L"Start with Windows not unregistered") +
+                       L", " + step + L" failed with error " + std::to_wstring(error));
+    });
 }
 
 }  // namespace grs::settings

@@ -46,6 +46,11 @@ void MarkAtRest(const std::wstring& path) noexcept;
 // 0 on success, otherwise the error of the failed write.
 unsigned long WriteShowTabBar(bool showTabBar);
 
+// Logs at severity 5, under `function`, that registering (`open`) or
+// unregistering the start with Windows did not happen: the step and the
+// registry's error.
+void RunValueNotChanged(const char* function, bool open, const wchar_t* step, long error) noexcept;
+
 // What a change of a loaded settings file asks for once it has run.
 enum class Outcome {
     Save,     // write the document back, then hide the file again
@@ -66,20 +71,30 @@ enum class Loaded {
 // leaves the file alone.
 Loaded LoadSettingsFile(CIniFileW& ini, const std::wstring& path, const char* function);
 
+// Whether a settings file is there to be changed. A file whose existence
+// cannot be told (the query failed otherwise than "no such file") is treated
+// like an unreadable one: false, and a severity-5 line under `function` says
+// why, so that nothing is written over it.
+bool ExistsForChange(const std::wstring& path, const char* function);
+
+// Saves a changed settings file; a save that fails is logged under
+// `function` with the step, the error and whether the old bytes were put back.
+bool SaveChange(CIniFileW& ini, const std::wstring& path, const char* function);
+
 // Changes an existing settings file: document loaded, attributes normal,
 // `change(ini)` decides the ending. False, and nothing touched, when there is
 // no file or it could not be read. The caller holds the file's lock where the
 // file has one; `function` names the operation in log lines.
 template <typename Change>
 bool ChangeExistingFile(const std::wstring& path, const char* function, Change&& change) {
-    if (!PathExists(path)) return false;
+    if (!ExistsForChange(path, function)) return false;
     CIniFileW ini;
     // Unreadable (logged), or gone since the test above: left alone.
     if (LoadSettingsFile(ini, path, function) != Loaded::Read) return false;
     MarkChanging(path);
     const Outcome outcome = change(ini);
     if (outcome == Outcome::Abandon) return true;
-    if (outcome == Outcome::Save) ini.Save(path);
+    if (outcome == Outcome::Save) SaveChange(ini, path, function);
     MarkAtRest(path);
     return true;
 }

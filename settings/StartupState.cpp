@@ -73,8 +73,8 @@ bool ClientInitialize::IsNeedCreateShortcut() {
         const bool found = grs::settings::ChangeExistingFile(
             grs::settings::SettingFilePath(), kIsNeedCreateShortcut, [&](CIniFileW& ini) {
                 flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring());
-                // COMPAT: saved unchanged, as the client always did (the save
-                // writes nothing when the bytes would be the same).
+                // Saved with no value changed: identical bytes are not written,
+                // other forms are rewritten with the same keys and values.
                 return grs::settings::Outcome::Save;
             });
         return found && grs::settings::ReadsShortcutPending(flag);
@@ -98,7 +98,7 @@ void ClientInitialize::RegisterStartingIsOpen(bool open) {
         if (opened != ERROR_SUCCESS) {
             grs::log::Info(__LINE__, kRegisterStartingIsOpen,
                            L"Open Reg Failed When Setting isAutoStartUp, code:" + std::to_wstring(opened));
-            return;
+            return grs::settings::RunValueNotChanged(kRegisterStartingIsOpen, open, L"opening the Run key", opened);
         }
         // A command that would not fit is not written, and not reported.
         std::wstring command;
@@ -112,10 +112,10 @@ void ClientInitialize::RegisterStartingIsOpen(bool open) {
                  : ::RegDeleteValueW(key.get(), kRunValue);
         // The one line of the library logged with the logger's flag cleared.
         grs::log::Write(grs::log::kInfo, __LINE__, kRegisterStartingIsOpen, command, false);
-        if (result != ERROR_SUCCESS)
-            grs::log::Info(__LINE__, kRegisterStartingIsOpen,
-                           L"set auto start up error, code:" + std::to_wstring(result));
-        else
+        if (result != ERROR_SUCCESS) {
+            grs::log::Info(__LINE__, kRegisterStartingIsOpen, L"set auto start up error, code:" + std::to_wstring(result));
+            grs::settings::RunValueNotChanged(kRegisterStartingIsOpen, open, open ? L"setting the value" : L"deleting the value", result);
+        } else
             grs::log::Info(__LINE__, kRegisterStartingIsOpen, L"set auto start up success");
     });
 }

@@ -139,7 +139,7 @@ void ClientInitialize::SyncBaseUri(std::wstring path) {
         std::string address;
         for (;;) {
             address = grs::WideToUtf8(grs::settings::Store().GetOperqrtServerIdUrl());
-            if (grs::PathExists(path) && !address.empty()) break;
+            if (grs::ProbePath(path) != grs::PathPresence::Missing && !address.empty()) break;
             grs::log::Error(__LINE__, kSyncBaseUri, "SyncSetting.ini not exist, or reqUri is empty!" + address);
             ::Sleep(kBaseUriPollMs);
         }

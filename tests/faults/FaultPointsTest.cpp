@@ -1,0 +1,408 @@
+// Every file and registry call of every storage operation fails in turn, once
+// (single mode) and from that call on (persistent mode), and the library keeps
+// its promise at each of those fault points: nothing escapes, every file holds
+// its old or its new content, a change that did not land is logged at
+// severity 5 with the Win32 error, and the next clean run reaches the new
+// content without leaving a file behind.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cwchar>
+#include <functional>
+#include <iostream>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "globalrootservice/ClientInitialize.h"
+#include "globalrootservice/IniFileHelper.h"
+#include "globalrootservice/ServerConfigHelper.h"
+#include "globalrootservice/collaborators/GlobalParamWrapper.h"
+#include "tests/common/TestSupport.h"
+#include "tests/faults/FaultInjector.h"
+
+class ClientInitializeTestAccess {
+public:
+    static void SyncBaseUri(const std::wstring& path) { ClientInitialize::SyncBaseUri(path); }
+};
+
+namespace grs::test {
+namespace {
+
+constexpr wchar_t kRunKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run";
+constexpr wchar_t kRunValue[] = L"QIRENT Cloud";
+constexpr wchar_t kRunEntry[] = L"<Run value>";
+constexpr long kMaxFaultPoints = 400;  // far above any operation's call count
+
+FaultInjector& Injector() {
+    static FaultInjector injector(::GetModuleHandleW(L"GlobalRootService.dll"));
+    return injector;
+}
+
+// Everything an operation may change: the files of the app-data folder and
+// the Run value, by name.
+using State = std::map<std::wstring, std::string>;
+
+std::wstring RunValueText() {
+    wchar_t data[1024] = {};
+    DWORD size = sizeof data;
+    if (::RegGetValueW(HKEY_CURRENT_USER, kRunKey, kRunValue, RRF_RT_REG_SZ, nullptr, data, &size) != ERROR_SUCCESS)
+        return L"<none>";
+    return data;
+}
+
+std::wstring OurRunCommand() {
+    wchar_t exe[MAX_PATH] = {};
+    ::GetModuleFileNameW(nullptr, exe, MAX_PATH);
+    return L"\"" + std::wstring(exe) + L"\" /background";
+}
+
+State Snapshot(const std::wstring& folder) {
+    State state;
+    WIN32_FIND_DATAW entry = {};
+    const UniqueFind find(::FindFirstFileW((folder + L"\\*").c_str(), &entry));
+    if (find) {
+        do {
+            if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
+            state[entry.cFileName] = ReadFileBytes(folder + L"\\" + entry.cFileName);
+        } while (::FindNextFileW(find.get(), &entry));
+    }
+    state[kRunEntry] = Narrow(RunValueText());
+    return state;
+}
+
+// "section/key" -> value, for files written key by key.
+std::map<std::string, std::string> Keys(const std::string& bytes) {
+    std::string text;
+    if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF && static_cast<unsigned char>(bytes[1]) == 0xFE) {
+        for (size_t i = 2; i + 1 < bytes.size(); i += 2) text += bytes[i + 1] == 0 ? bytes[i] : '?';
+    } else {
+        text = bytes;
+    }
+    std::map<std::string, std::string> keys;
+    std::string section;
+    size_t start = 0;
+    while (start < text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string::npos) end = text.size();
+        std::string line = text.substr(start, end - start);
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        start = end + 1;
+        if (!line.empty() && line[0] == '[') {
+            section = line;
+        } else if (line.find('=') != std::string::npos) {
+            keys[section + "/" + line.substr(0, line.find('='))] = line.substr(line.find('=') + 1);
+        }
+    }
+    return keys;
+}
+
+enum class Landing {
+    WholeFiles,  // each file holds its old or its new bytes
+    EachKey,     // written key by key: each key holds its old or its new value
+};
+
+class FaultPoints;
+
+struct Operation {
+    const char* name;
+    std::vector<std::string> tags;  // where a change that did not land is logged
+    Landing landing;
+    std::function<void(FaultPoints&)> arrange;
+    std::function<void(FaultPoints&)> run;
+    // Off for the held file: every run there waits out the replace retries,
+    // and its calls before the in-place path are those of the row above.
+    bool persistentMode = true;
+};
+
+const std::string kSettings =
+    "[Setting]\r\nKeep=me\r\nLanguage=de-DE\r\nIsFirstStartUp=true\r\nNoticeCreateLink=0\r\nIsAutoStartUp=1\r\n"
+    "IsAutoCheckUpdate=1\r\nInstallTime=5\r\nUpgradeTime=6\r\n[Other]\r\nMine=too\r\n";
+const std::string kSyncSettings = "[SyncSetting]\r\nServerUrl=old\r\nBaseUri=old\r\nUserKey=kept\r\n[Mine]\r\nA=1\r\n";
+
+class FaultPoints : public ::testing::Test {
+public:
+    std::wstring AppData() const { return sandbox.AppData(); }
+    std::wstring SettingPath() const { return AppData() + L"\\Setting.ini"; }
+    std::wstring SyncPath() const { return AppData() + L"\\SyncSetting.ini"; }
+    std::wstring ServerFile() const { return m_serverFile; }
+    void Hold(const std::wstring& path) {
+        m_holder = std::make_shared<UniqueFile>(::CreateFileW(path.c_str(), GENERIC_READ,
+                                                              FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                              OPEN_EXISTING, 0, nullptr));
+    }
+    bool serverLoaded = false;
+
+protected:
+    void SetUp() override {
+        ASSERT_EQ(::RegSetKeyValueW(HKEY_CURRENT_USER, kRunKey, L"", REG_SZ, L"", 2), 0);
+        wchar_t exe[MAX_PATH] = {};
+        ::GetModuleFileNameW(nullptr, exe, MAX_PATH);
+        const std::wstring folder(exe, std::wcsrchr(exe, L'\\') + 1);
+        m_serverFile = folder + L"ServerConfig";
+        ClientStandIn::SetText(ClientStandIn::Text::CountryCode, L"ZZ");
+        ClientStandIn::SetText(ClientStandIn::Text::CurrentUserID, L"user-1");
+    }
+    void TearDown() override { ::DeleteFileW(m_serverFile.c_str()); }
+
+    // Clears the app-data folder and lets the row lay out its old state.
+    State Arrange(const Operation& operation) {
+        m_holder.reset();
+        for (const auto& entry : Snapshot(AppData())) {
+            if (entry.first == kRunEntry) continue;
+            const std::wstring path = AppData() + L"\\" + entry.first;
+            ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+            ::DeleteFileW(path.c_str());
+        }
+        ::RegDeleteKeyValueW(HKEY_CURRENT_USER, kRunKey, kRunValue);
+        serverLoaded = false;
+        operation.arrange(*this);
+        return Snapshot(AppData());
+    }
+
+    // What is wrong at one fault point; empty when the promise holds.
+    std::vector<std::string> Check(const Operation& operation, const State& before, const State& expected,
+                                   const State& after) {
+        std::vector<std::string> problems;
+        std::set<std::wstring> names;
+        for (const State* state : {&before, &expected, &after})
+            for (const auto& entry : *state) names.insert(entry.first);
+        bool landed = true;
+        for (const std::wstring& name : names) {
+            const auto find = [&name](const State& state) {
+                const auto found = state.find(name);
+                return found == state.end() ? std::string("<absent>") : found->second;
+            };
+            const std::string old = find(before), fresh = find(expected), now = find(after);
+            if (now == fresh) continue;
+            // A save's temporary file that could not be removed: the next
+            // save reuses it, which the clean run below checks.
+            if (name.find(L"~") != std::wstring::npos && name.size() > 4 && name.substr(name.size() - 4) == L".tmp")
+                continue;
+            landed = false;
+            if (operation.landing == Landing::EachKey && now != "<absent>") {
+                const auto oldKeys = Keys(old), newKeys = Keys(fresh), nowKeys = Keys(now);
+                for (const auto& key : newKeys) {
+                    const auto present = nowKeys.find(key.first);
+                    const auto was = oldKeys.find(key.first);
+                    const bool keptOld = present == nowKeys.end() ? was == oldKeys.end()
+                                                                  : was != oldKeys.end() && present->second == was->second;
+                    const bool isNew = present != nowKeys.end() && present->second == key.second;
+                    if (!keptOld && !isNew) problems.push_back("key " + key.first + " lost or mixed in " + Narrow(name));
+                }
+            } else if (now != old) {
+                problems.push_back(Narrow(name) + " holds neither its old nor its new content");
+            }
+        }
+        if (!landed) {
+            bool named = false, withError = false;
+            const std::vector<InjectedFault> injected = Injector().Injected();
+            for (const auto& line : LogLinesOf()) {
+                if (line.severity != 5) continue;
+                for (const std::string& tag : operation.tags) named = named || line.function == tag;
+                for (const InjectedFault& fault : injected)
+                    withError = withError || line.message.find(std::to_wstring(fault.error)) != std::wstring::npos;
+            }
+            if (!named || !withError) problems.push_back("a change that did not land is not logged at severity 5");
+        }
+        return problems;
+    }
+
+    // The clean run reached the new state: the same files (but for a save's
+    // temporary file that neither its handle nor a delete could remove, and
+    // that a save which writes reuses and removes), each with the new bytes,
+    // or, written key by key, the new keys and values in any order.
+    static bool SameAfterCleanRun(const Operation& operation, State expected, State now) {
+        for (State* state : {&expected, &now}) {
+            for (auto entry = state->begin(); entry != state->end();) {
+                const bool temporary = entry->first.find(L"~") != std::wstring::npos;
+                entry = temporary ? state->erase(entry) : std::next(entry);
+            }
+        }
+        if (operation.landing == Landing::WholeFiles) return now == expected;
+        if (now.size() != expected.size()) return false;
+        for (const auto& entry : expected) {
+            const auto found = now.find(entry.first);
+            if (found == now.end() || Keys(found->second) != Keys(entry.second)) return false;
+        }
+        return true;
+    }
+
+    void RunAtEveryFaultPoint(const Operation& operation) {
+        // The new state, from a run without faults.
+        Arrange(operation);
+        operation.run(*this);
+        m_holder.reset();
+        const State expected = Snapshot(AppData());
+        size_t points = 0;
+        std::vector<std::string> problems;
+        for (const bool persistent : {false, true}) {
+            if (persistent && !operation.persistentMode) continue;
+            for (long failAt = 1; failAt <= kMaxFaultPoints; ++failAt) {
+                const State before = Arrange(operation);
+                ClientStandIn::ClearLogLines();
+                Injector().Arm(failAt, persistent);
+                try {
+                    operation.run(*this);
+                } catch (...) {
+                    problems.push_back("an exception left the operation");
+                }
+                Injector().Disarm();
+                m_holder.reset();
+                if (Injector().Calls() < failAt) break;  // it completed without reaching the fault
+                ++points;
+                const std::string where = std::string(persistent ? "from call " : "at call ") + std::to_string(failAt) +
+                                          " (" + Injector().Injected().front().function + "): ";
+                for (const std::string& problem : Check(operation, before, expected, Snapshot(AppData())))
+                    problems.push_back(where + problem);
+                // The next run without faults.
+                operation.run(*this);
+                if (!SameAfterCleanRun(operation, expected, Snapshot(AppData())))
+                    problems.push_back(where + "the next clean run differs");
+            }
+        }
+        std::cout << operation.name << ": " << points << " fault points, " << problems.size() << " problems"
+                  << std::endl;
+        for (size_t i = 0; i < problems.size() && i < 12; ++i) ADD_FAILURE() << operation.name << " " << problems[i];
+        EXPECT_GT(points, 0u) << operation.name;
+    }
+
+    HkcuOverride hkcu;
+    StandInSandbox sandbox;
+
+private:
+    std::wstring m_serverFile;
+    std::shared_ptr<UniqueFile> m_holder;
+};
+
+void WriteSettingsFile(FaultPoints& test) {
+    WriteFileBytes(test.SettingPath(), kSettings);
+}
+void WriteSyncFile(FaultPoints& test) {
+    WriteFileBytes(test.SyncPath(), kSyncSettings);
+}
+
+std::vector<SettingInfo> FortyPairs() {
+    std::vector<SettingInfo> pairs;
+    for (int i = 0; i < 40; ++i) pairs.push_back(SettingInfo{L"Upgrade" + std::to_wstring(i), L"value" + std::to_wstring(i)});
+    return pairs;
+}
+
+const char kCreateSettingFile[] = "ClientInitialize::CreateSettingFile";
+const char kSave[] = "CIniFileW::Save";
+
+// clang-format off
+const Operation kOperations[] = {
+    {"CreateSettingFile", {kCreateSettingFile, kSave}, Landing::WholeFiles, WriteSettingsFile,
+     [](FaultPoints&) { ClientInitialize::CreateSettingFile(L"9.9"); }},
+    {"CreateSettingFile (no file yet)", {kCreateSettingFile, kSave}, Landing::WholeFiles, [](FaultPoints&) {},
+     [](FaultPoints&) { ClientInitialize::CreateSettingFile(L"9.9"); }},
+    {"GetSettings", {"ClientInitialize::GetSettings", kSave, "ClientInitialize::RegisterStartingIsOpen"}, Landing::WholeFiles, WriteSettingsFile,
+     [](FaultPoints&) { ClientInitialize::GetSettings(); }},
+    {"UpdateSettings", {"ClientInitialize::UpdateSettings", kSave}, Landing::WholeFiles, WriteSettingsFile,
+     [](FaultPoints&) { ClientInitialize::UpdateSettings(); }},
+    {"IsFirstStartUp", {"ClientInitialize::IsFirstStartUp", kSave}, Landing::WholeFiles, WriteSettingsFile,
+     [](FaultPoints&) { ClientInitialize::IsFirstStartUp(); }},
+    {"IsNeedCreateShortcut", {"ClientInitialize::IsNeedCreateShortcut", kSave}, Landing::WholeFiles,
+     WriteSettingsFile, [](FaultPoints&) { ClientInitialize::IsNeedCreateShortcut(); }},
+    {"SetCreateShortcutFlag", {"ClientInitialize::SetCreateShortcutFlag", kSave}, Landing::WholeFiles,
+     WriteSettingsFile, [](FaultPoints&) { ClientInitialize::SetCreateShortcutFlag(); }},
+    {"SetUpgradeInfo", {"ClientInitialize::SetUpgradeInfo", kSave}, Landing::WholeFiles, WriteSettingsFile,
+     [](FaultPoints&) { ClientInitialize::SetUpgradeInfo(FortyPairs()); }},
+    // Another program holds the file, sharing reading and writing: the save
+    // goes through the in-place path.
+    {"SetUpgradeInfo (file held)", {"ClientInitialize::SetUpgradeInfo", kSave}, Landing::WholeFiles,
+     WriteSettingsFile,
+     [](FaultPoints& test) { test.Hold(test.SettingPath()); ClientInitialize::SetUpgradeInfo(FortyPairs()); },
+     /*persistentMode=*/false},
+    {"GetUpgradeInfo", {"ClientInitialize::GetUpgradeInfo"}, Landing::WholeFiles, WriteSettingsFile,
+     [](FaultPoints&) { ClientInitialize::GetUpgradeInfo({L"Keep", L"InstallTime"}); }},
+    {"InstallUpgradeLog", {"ClientInitialize::InstallUpgradeLog"}, Landing::WholeFiles, WriteSettingsFile,
+     [](FaultPoints&) { ClientInitialize::InstallUpgradeLog(); }},
+    {"CreateSyncSettingFile", {"IniFileHelper::WriteIniKeyValue", "IniFileHelperA::WriteIniKeyValueA"},
+     Landing::EachKey, WriteSyncFile, [](FaultPoints&) { ClientInitialize::CreateSyncSettingFile(); }},
+    {"SavePCModel", {"ClientInitialize::SavePCModel"}, Landing::WholeFiles, WriteSyncFile,
+     [](FaultPoints&) { ClientInitialize::SavePCModel(L"model"); }},
+    {"SaveSyncThumbnailRootFolder", {"ClientInitialize::SaveSyncThumbnailRootFolder"}, Landing::WholeFiles,
+     WriteSyncFile, [](FaultPoints&) { ClientInitialize::SaveSyncThumbnailRootFolder(L"C:\\cache"); }},
+    {"SaveSyncLcdThumbnailRootFolder", {"ClientInitialize::SaveSyncLcdThumbnailRootFolder"}, Landing::WholeFiles,
+     WriteSyncFile, [](FaultPoints&) { ClientInitialize::SaveSyncLcdThumbnailRootFolder(L"C:\\cache"); }},
+    {"SyncBaseUri (the worker, in the foreground)", {"ClientInitialize::SyncBaseUri", kSave}, Landing::WholeFiles,
+     [](FaultPoints& test) {
+         WriteSyncFile(test);
+         GlobalParamWrapper::GetInstance()->SetOperqrtServerIdUrl(L"https://server-id.example");
+     },
+     [](FaultPoints& test) { ClientInitializeTestAccess::SyncBaseUri(test.SyncPath()); }},
+    {"RegisterStartingIsOpen(true)", {"ClientInitialize::RegisterStartingIsOpen"}, Landing::WholeFiles,
+     [](FaultPoints&) {}, [](FaultPoints&) { ClientInitialize::RegisterStartingIsOpen(true); }},
+    {"RegisterStartingIsOpen(false)", {"ClientInitialize::RegisterStartingIsOpen"}, Landing::WholeFiles,
+     [](FaultPoints&) {
+         const std::wstring command = OurRunCommand();
+         ::RegSetKeyValueW(HKEY_CURRENT_USER, kRunKey, kRunValue, REG_SZ, command.c_str(),
+                           static_cast<DWORD>((command.size() + 1) * sizeof(wchar_t)));
+     },
+     [](FaultPoints&) { ClientInitialize::RegisterStartingIsOpen(false); }},
+    {"WriteIniKeyValue", {"IniFileHelper::WriteIniKeyValue"}, Landing::WholeFiles, WriteSyncFile,
+     [](FaultPoints& test) { IniFileHelper(test.SyncPath().c_str(), L"Mine").WriteIniKeyValue(L"B", L"2"); }},
+    {"WriteIniKeyValueA", {"IniFileHelperA::WriteIniKeyValueA"}, Landing::WholeFiles, WriteSyncFile,
+     [](FaultPoints& test) {
+         IniFileHelperA(Narrow(test.SyncPath()).c_str(), "Mine").WriteIniKeyValueA("B", "2");
+     }},
+    {"ReadIniValueByKeyTypeWString", {"IniFileHelper::ReadIniValueByKeyTypeWString"}, Landing::WholeFiles,
+     WriteSyncFile,
+     [](FaultPoints& test) { IniFileHelper(test.SyncPath().c_str(), L"Mine").ReadIniValueByKeyTypeWString(L"A"); }},
+};
+// clang-format on
+
+class EachOperation : public FaultPoints, public ::testing::WithParamInterface<size_t> {};
+
+TEST_P(EachOperation, KeepsItsPromiseAtEveryFaultPoint) {
+    RunAtEveryFaultPoint(kOperations[GetParam()]);
+}
+
+INSTANTIATE_TEST_SUITE_P(Storage, EachOperation, ::testing::Range<size_t>(0, std::size(kOperations)),
+                         [](const ::testing::TestParamInfo<size_t>& info) { return "row" + std::to_string(info.param); });
+
+// The server address file: read only, so what must hold is that a file that
+// is there but cannot be read is reported with its error.
+TEST_F(FaultPoints, ServerAddressFileThatCannotBeReadIsReported) {
+    const std::string region = "{\"cn\":{\"portal\":\"https://portal.example\"}}";
+    size_t points = 0;
+    for (const bool persistent : {false, true}) {
+        for (long failAt = 1; failAt <= kMaxFaultPoints; ++failAt) {
+            WriteFileBytes(ServerFile(), region);
+            ClientStandIn::ClearLogLines();
+            Injector().Arm(failAt, persistent);
+            bool loaded = false;
+            {
+                ServerConfigHelper helper;
+                loaded = helper.isFileExist(false);
+            }
+            Injector().Disarm();
+            if (Injector().Calls() < failAt) break;
+            ++points;
+            if (loaded) continue;
+            bool reported = false;
+            for (const auto& line : LogLinesOf("ServerConfigHelper::isFileExist"))
+                for (const InjectedFault& fault : Injector().Injected())
+                    reported = reported || (line.severity == 5 &&
+                                            line.message.find(std::to_wstring(fault.error)) != std::wstring::npos);
+            EXPECT_TRUE(reported) << (persistent ? "from call " : "at call ") << failAt;
+        }
+    }
+    std::cout << "isFileExist: " << points << " fault points" << std::endl;
+    EXPECT_GT(points, 0u);
+}
+
+// A new import of a file or registry function needs its stand-in here, or
+// its failures would go untested.
+TEST(FaultInjectorCoverage, EveryStorageImportOfTheDllHasAStandIn) {
+    EXPECT_EQ(Injector().UncoveredImports(), std::vector<std::string>());
+    EXPECT_FALSE(Injector().Redirected().empty());
+}
+
+}  // namespace
+}  // namespace grs::test

@@ -53,7 +53,5 @@ private:
 
 bool WriteTextFile(const std::wstring& path, const std::string& text);
 std::string ReadTextFile(const std::wstring& path);
-using grs::support::FromUtf8;
-using grs::support::ToUtf8;
 
 }  // namespace host

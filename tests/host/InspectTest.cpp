@@ -312,7 +312,8 @@ TEST(Inspect, CoversExactlyTheLibrarysKeys) {
             profile.snapshot.*file.file = File(text + "Stranger=v\n");
             std::set<std::string> named;
             bool strangerNamed = false;
-            for (const Json::Value& finding : JsonFindings(profile)["findings"]) {
+            const Json::Value report = JsonFindings(profile);
+            for (const Json::Value& finding : report["findings"]) {
                 if (finding["area"].asString() != file.area) continue;
                 named.insert(finding["key"].asString());
                 strangerNamed = strangerNamed || (finding["key"].asString() == "Stranger" &&

@@ -44,8 +44,6 @@ using SectionMap = std::map<std::wstring, CIniFileW::Section, grs::IniNameLess>;
 // The tags of this file's operations, in log lines and at their exception edge.
 constexpr char kLoad[] = "CIniFileW::Load";
 constexpr char kSave[] = "CIniFileW::Save";
-// Settings files are a few kilobytes; anything this big is not one of them.
-constexpr unsigned long long kMaxFileBytes = 64ull << 20;
 
 bool DecodeBytes(unsigned codePage, DWORD flags, const char* data, size_t size, std::wstring& text) {
     if (size == 0) {
@@ -57,12 +55,6 @@ bool DecodeBytes(unsigned codePage, DWORD flags, const char* data, size_t size, 
     std::wstring out(static_cast<size_t>(length), L'\0');
     if (::MultiByteToWideChar(codePage, flags, data, static_cast<int>(size), &out[0], length) != length) return false;
     text.swap(out);
-    return true;
-}
-
-bool IsAscii(const std::string& bytes) {
-    for (unsigned char c : bytes)
-        if (c >= 0x80) return false;
     return true;
 }
 
@@ -96,7 +88,7 @@ std::string ToUtf16Le(const std::wstring& text) {
 
 // Plain bytes are taken for UTF-8 when they are valid UTF-8 and not all ASCII.
 bool ReadsAsUtf8(const std::string& bytes) {
-    return !IsAscii(bytes) && ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(),
+    return !grs::IsAscii(bytes) && ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(),
                                                     static_cast<int>(bytes.size()), nullptr, 0) > 0;
 }
 
@@ -115,7 +107,7 @@ std::wstring DecodeIniBytes(const std::string& bytes, IniEncoding& encoding) {
     } else if (bytes.size() >= 3 && bytes.compare(0, 3, "\xEF\xBB\xBF") == 0) {
         encoding = IniEncoding::Utf8Bom;
         DecodeBytes(CP_UTF8, 0, bytes.data() + 3, bytes.size() - 3, text);
-    } else if (!IsAscii(bytes) && DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text)) {
+    } else if (!grs::IsAscii(bytes) && DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text)) {
         encoding = IniEncoding::Utf8;
     } else {
         // ASCII lands here too: it is what the private-profile functions
@@ -310,7 +302,7 @@ int CIniFileW::Load(const std::wstring& path) {
     m_loadError = 0;
     const int loaded = grs::Guarded(__LINE__, kLoad, 0, [&] {
         std::string bytes;
-        m_loadResult = grs::ReadWholeFile(path, kMaxFileBytes, bytes);
+        m_loadResult = grs::ReadWholeFile(path, grs::kIniMaxFileBytes, bytes);
         if (m_loadResult != grs::ReadFileResult::Ok) m_loadError = ::GetLastError();
         switch (m_loadResult) {
             case grs::ReadFileResult::Ok:

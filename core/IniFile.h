@@ -15,6 +15,10 @@
 
 namespace grs {
 
+// Settings files are a few kilobytes; a file larger than this is not one of
+// them and is not read.
+constexpr unsigned long long kIniMaxFileBytes = 64ull << 20;
+
 // Case-insensitive ordering of names, exactly as _wcsicmp orders them (which
 // stops at a NUL character); looks up by view as well.
 struct IniNameLess {
@@ -57,7 +61,7 @@ public:
     };
 
     // 1 when the file was opened and read (its content replaces the document),
-    // 0 otherwise (the document is left as it was). Files over 64 MiB are refused.
+    // 0 otherwise (the document is left as it was). Files over kIniMaxFileBytes are refused.
     int Load(const std::wstring& path);
 
     // What the last Load found: Ok, or why it read nothing (Missing is the

@@ -128,4 +128,10 @@ long long LeadingInteger(const std::string& text) {
     return value;
 }
 
+bool IsAscii(const std::string& bytes) {
+    for (unsigned char c : bytes)
+        if (c >= 0x80) return false;
+    return true;
+}
+
 }  // namespace grs

@@ -13,6 +13,9 @@ namespace grs {
 constexpr unsigned kCodePageAnsi = 0;
 constexpr unsigned kCodePageUtf8 = 65001;
 
+// No byte of 0x80 or above (an empty text is ASCII).
+bool IsAscii(const std::string& bytes);
+
 bool Utf8ToWide(const std::string& in, std::wstring& out);
 bool WideToMultiByte(const std::wstring& in, std::string& out, unsigned codePage);
 // By-value forms: the converted text, or empty when the conversion failed.

@@ -2,13 +2,9 @@
 
 #include <cwctype>
 
-namespace host {
+#include "core/TextUtil.h"
 
-namespace {
-std::string Narrow(const std::wstring& text) {
-    return std::string(text.begin(), text.end());
-}
-}  // namespace
+namespace host {
 
 const char* UsageText() {
     return "usage: startup-host [options]\n"
@@ -24,7 +20,7 @@ const char* UsageText() {
            "  --json            a machine-readable report instead of the text one\n"
            "\n"
            "usage: startup-host --inspect APPDATA_DIR [options]\n"
-           "  Reads a user's start-up files without changing anything and reports what is wrong.\n"
+           "  Reads a user's start-up files and reports what is wrong; changes nothing unless asked to repair.\n"
            "  --exe-dir DIR       the client's install folder (server address files; default: the\n"
            "                      folder of the executable the Run value names)\n"
            "  --country XX        the user's country: server address file and route freshness (default CN)\n"
@@ -33,7 +29,11 @@ const char* UsageText() {
            "                      APPDATA_DIR\\ClientStandIn\\content-5.txt)\n"
            "  --hkcu KEY          read the Run value under HKCU\\KEY instead of HKCU (the demo's registry:\n"
            "                      Software\\GlobalRootServiceDemo\\HKCU)\n"
-           "  --json              the findings as JSON\n";
+           "  --json              the findings as JSON\n"
+           "  --repair OUT_DIR    copy the profile's files to OUT_DIR and apply every safe fix there; the input\n"
+           "                      is not touched\n"
+           "  --repair-in-place   apply every safe fix to the profile itself, the Run value included, after\n"
+           "                      copying each file it changes into a backup folder beside the profile\n";
 }
 
 bool ParseOptions(int argc, wchar_t** argv, Options& options, std::string& error) {
@@ -52,7 +52,7 @@ bool ParseOptions(int argc, wchar_t** argv, Options& options, std::string& error
             options.keep = true;
             demoOption = true;
         } else if (arg == L"--primary" && hasValue) {
-            options.primaryMode = Narrow(argv[++i]);
+            options.primaryMode = grs::WideToUtf8(argv[++i]);
             demoOption = true;
         } else if (arg == L"--max-age" && hasValue) {
             options.maxAgeSeconds = _wtoi(argv[++i]);
@@ -77,13 +77,19 @@ bool ParseOptions(int argc, wchar_t** argv, Options& options, std::string& error
         } else if (arg == L"--route-cache" && hasValue) {
             options.routeCache = argv[++i];
             inspectOption = true;
+        } else if (arg == L"--repair" && hasValue) {
+            options.repairTo = argv[++i];
+            inspectOption = true;
+        } else if (arg == L"--repair-in-place") {
+            options.repairInPlace = true;
+            inspectOption = true;
         } else if (arg == L"--hkcu" && hasValue) {
             options.runKeyRoot = argv[++i];
             inspectOption = true;
         } else if (arg == L"--help" || arg == L"-h" || arg == L"/?") {
             options.help = true;
         } else {
-            error = "unknown or incomplete option: " + Narrow(arg);
+            error = "unknown or incomplete option: " + grs::WideToUtf8(arg);
             return false;
         }
     }
@@ -94,7 +100,11 @@ bool ParseOptions(int argc, wchar_t** argv, Options& options, std::string& error
         return false;
     }
     if (!options.inspect && inspectOption) {
-        error = "--exe-dir, --route-cache and --hkcu go with --inspect APPDATA_DIR";
+        error = "--exe-dir, --route-cache, --hkcu, --repair and --repair-in-place go with --inspect APPDATA_DIR";
+        return false;
+    }
+    if (!options.repairTo.empty() && options.repairInPlace) {
+        error = "--repair OUT_DIR and --repair-in-place exclude each other";
         return false;
     }
     return true;

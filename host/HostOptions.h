@@ -23,6 +23,8 @@ struct Options {
     std::wstring exeDir;          // the folder of the client executable
     std::wstring routeCache;      // the cached route record's JSON text
     std::wstring runKeyRoot;      // read the Run value under HKCU\<this> (empty: HKCU itself)
+    std::wstring repairTo;        // --repair OUT_DIR: repair a copy
+    bool repairInPlace = false;   // --repair-in-place: repair the profile, with a backup
 };
 
 // False (with `error` set) when the command line is not understood.

@@ -6,6 +6,7 @@
 #include <cctype>
 
 #include "serverconfig/ServerRegion.h"
+#include "core/TextUtil.h"
 #include "support/Files.h"
 
 namespace host {
@@ -87,7 +88,7 @@ bool Sandbox::Prepare(bool keep, std::string& error) {
     if (!keep) grs::support::RemoveTree(m_root);
     for (const std::wstring& folder : {m_root, AppData(), Profile(), Downloads()}) {
         if (!CreateTree(folder)) {
-            error = "cannot create " + WideToUtf8(folder);
+            error = "cannot create " + grs::WideToUtf8(folder);
             return false;
         }
     }
@@ -103,10 +104,10 @@ bool Sandbox::WriteServerAddressFiles(std::string& error) {
             // servers (primary, then the four standbys) come first.
             size_t k = 0;
             for (const auto& service : grs::ServiceKeys()) {
-                const std::string key = WideToUtf8(service.second);
+                const std::string key = grs::WideToUtf8(service.second);
                 std::string address;
                 if (k < 5) {
-                    address = k < m_servers.size() ? WideToUtf8(m_servers[k].url) : std::string("http://127.0.0.1:9");
+                    address = k < m_servers.size() ? grs::WideToUtf8(m_servers[k].url) : std::string("http://127.0.0.1:9");
                 } else {
                     address = "https://" + Lower(key) + "." + kRegions[r] + ".serverconfig.example";
                 }
@@ -118,7 +119,7 @@ bool Sandbox::WriteServerAddressFiles(std::string& error) {
         json += "}\n";
         const std::wstring path = m_hostFolder + kRegionFiles[region];
         if (!WriteTextFile(path, json)) {
-            error = "cannot write " + WideToUtf8(path);
+            error = "cannot write " + grs::WideToUtf8(path);
             return false;
         }
     }
@@ -153,7 +154,7 @@ bool Sandbox::StartRoutingServers(const std::vector<std::string>& modes, int max
                            L"\" --port-file \"" + portFile + L"\" --slow-ms 1500 --max-age " +
                            std::to_wstring(maxAgeSeconds) + L" --parent-pid " +
                            std::to_wstring(::GetCurrentProcessId());
-    for (const std::string& mode : modes) command += L" --server " + Utf8ToWide(mode);
+    for (const std::string& mode : modes) command += L" --server " + grs::Utf8ToWide(mode);
 
     SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
     grs::UniqueFile log(::CreateFileW(RouteServerLog().c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
@@ -184,14 +185,14 @@ bool Sandbox::StartRoutingServers(const std::vector<std::string>& modes, int max
                 const size_t end = ports.find('\n', start);
                 const std::string line = ports.substr(start, end - start);
                 const size_t space = line.find(' ');
-                m_servers.push_back({line.substr(0, space), L"http://127.0.0.1:" + Utf8ToWide(line.substr(space + 1))});
+                m_servers.push_back({line.substr(0, space), L"http://127.0.0.1:" + grs::Utf8ToWide(line.substr(space + 1))});
                 start = end + 1;
             }
             return true;
         }
         if (::WaitForSingleObject(m_routeServerProcess.get(), 50) == WAIT_OBJECT_0) break;
     }
-    error = "route-server did not start; see " + WideToUtf8(RouteServerLog());
+    error = "route-server did not start; see " + grs::WideToUtf8(RouteServerLog());
     return false;
 }
 

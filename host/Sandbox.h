@@ -53,7 +53,5 @@ private:
 
 bool WriteTextFile(const std::wstring& path, const std::string& text);
 std::string ReadTextFile(const std::wstring& path);
-using grs::Utf8ToWide;
-using grs::WideToUtf8;
 
 }  // namespace host

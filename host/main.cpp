@@ -20,40 +20,18 @@
 #include "core/PathUtil.h"
 #include "core/UniqueResource.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
-#include "host/HostOptions.h"
-#include "host/Inspect.h"
-#include "host/Sandbox.h"
+#include "core/TextUtil.h"
 #include "globalrootservice/GlobalRootService.h"
+#include "host/DemoReport.h"
+#include "host/HostOptions.h"
+#include "host/Sandbox.h"
+#include "inspect/Inspect.h"
+#include "settings/SettingRules.h"
 #include "standin/StandInControl.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-struct Step {
-    std::string name;
-    std::string outcome;
-    bool ok = true;
-    double milliseconds = 0;
-};
-
-struct Address {
-    std::string value;
-    std::string source;
-};
-
-struct Report {
-    std::vector<Step> steps;
-    std::map<std::string, Address> addresses;  // by parameter-store name
-    std::string routeSource;
-    std::vector<std::string> routeRequests;
-    std::map<std::string, std::map<std::string, std::string>> settingsFiles;  // file -> key -> value
-    bool autoStartRegistered = false;
-    int autoStartSetting = 0;
-    std::map<std::string, std::string> folders;
-    std::vector<std::string> drives;
-    std::vector<std::string> errorLogLines;
-};
 
 std::wstring HostFolder() {
     return grs::DirectoryWithSeparator(grs::HostExecutablePath());
@@ -61,11 +39,11 @@ std::wstring HostFolder() {
 
 // Runs one step of the start sequence, timing it.
 template <typename Action>
-void RunStep(Report& report, bool quiet, const std::string& name, Action action) {
+void RunStep(host::DemoReport& report, bool quiet, const std::string& name, Action action) {
     if (!quiet) std::fprintf(stderr, "  ... %s\n", name.c_str());
     std::fflush(stderr);
     const auto start = Clock::now();
-    Step step;
+    host::Step step;
     step.name = name;
     action(step);
     step.milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
@@ -73,10 +51,10 @@ void RunStep(Report& report, bool quiet, const std::string& name, Action action)
 }
 
 // Addresses stored by the calls made since `from`, labelled with `source`.
-size_t TakeAddresses(Report& report, size_t from, const std::string& source) {
+size_t TakeAddresses(host::DemoReport& report, size_t from, const std::string& source) {
     const auto calls = ClientStandIn::SetterCalls();
     for (size_t i = from; i < calls.size(); ++i)
-        report.addresses[host::WideToUtf8(calls[i].name)] = {host::WideToUtf8(calls[i].value), source};
+        report.addresses[grs::WideToUtf8(calls[i].name)] = {grs::WideToUtf8(calls[i].value), source};
     return calls.size();
 }
 
@@ -84,41 +62,6 @@ bool HasLog(const char* function, const wchar_t* message) {
     for (const auto& line : ClientStandIn::LogLines())
         if (line.function == function && line.message == message) return true;
     return false;
-}
-
-std::map<std::string, std::string> ReadSection(const std::wstring& path, const wchar_t* section) {
-    std::map<std::string, std::string> keys;
-    std::vector<wchar_t> buffer(65536);
-    const DWORD length =
-        ::GetPrivateProfileSectionW(section, buffer.data(), static_cast<DWORD>(buffer.size()), path.c_str());
-    for (const wchar_t* entry = buffer.data(); entry < buffer.data() + length && *entry; entry += wcslen(entry) + 1) {
-        const std::wstring line = entry;
-        const size_t equals = line.find(L'=');
-        keys[host::WideToUtf8(line.substr(0, equals))] =
-            equals == std::wstring::npos ? "" : host::WideToUtf8(line.substr(equals + 1));
-    }
-    return keys;
-}
-
-std::string DescribeDrive(const std::wstring& root) {
-    ULARGE_INTEGER available, total, free;
-    const UINT type = ::GetDriveTypeW(root.c_str());
-    const char* kind = type == DRIVE_FIXED       ? "fixed"
-                       : type == DRIVE_REMOVABLE ? "removable"
-                       : type == DRIVE_REMOTE    ? "network"
-                       : type == DRIVE_CDROM     ? "optical"
-                                                 : "other";
-    std::string text = host::WideToUtf8(root) + " " + kind;
-    if (::GetDiskFreeSpaceExW(root.c_str(), &available, &total, &free)) {
-        text += ", " + std::to_string(free.QuadPart >> 20) + " MiB free";
-        text += free.QuadPart > (100ull << 20) ? "" : " (not more than 100 MiB: not eligible)";
-    } else {
-        text += ", free space unreadable (skipped)";
-    }
-    const DWORD attributes = ::GetFileAttributesW(root.c_str());
-    if (attributes == FILE_ATTRIBUTE_HIDDEN) text += ", hidden root (skipped)";
-    if (type != DRIVE_FIXED) text += " (not a fixed disk: not eligible)";
-    return text;
 }
 
 // CreateSyncSettingFile leaves a detached worker that writes "BaseUri" once
@@ -141,97 +84,27 @@ void WaitForBaseUri(const host::Sandbox& sandbox) {
     }
 }
 
-void CollectFacts(Report& report, const host::Sandbox& sandbox) {
-    const std::wstring setting = sandbox.AppData() + L"\\Setting.ini";
-    const std::wstring sync = sandbox.AppData() + L"\\SyncSetting.ini";
-    report.settingsFiles["Setting.ini"] = ReadSection(setting, L"Setting");
-    report.settingsFiles["SyncSetting.ini"] = ReadSection(sync, L"SyncSetting");
+void CollectFacts(host::DemoReport& report, const host::Sandbox& sandbox) {
+    using namespace grs::settings;
+    for (const auto& file : {std::make_pair(kSettingFileName, kSettingSection),
+                             std::make_pair(kSyncSettingFileName, kSyncSettingSection)})
+        report.settingsFiles[grs::WideToUtf8(file.first)] =
+            host::ReadSection(grs::PathJoin(sandbox.AppData(), file.first), file.second);
     report.autoStartRegistered = ClientInitialize::GetRegisterStartingIsOpen();
     const st_UserPropertiesShow* show = GlobalParamWrapper::GetInstance()->GetUserPropertiesShow();
     report.autoStartSetting = show->IsAutoStartUp;
-    report.folders["SyncCloudFolder"] = host::WideToUtf8(show->SyncCloudFolder);
-    report.folders["NewDownLoadFolder"] = host::WideToUtf8(show->NewDownLoadFolder);
-    report.folders["CacheFolder"] = host::WideToUtf8(show->CacheFolder);
-    report.folders["UserCacheFolder"] = host::WideToUtf8(show->UserCacheFolder);
+    report.folders["SyncCloudFolder"] = grs::WideToUtf8(show->SyncCloudFolder);
+    report.folders["NewDownLoadFolder"] = grs::WideToUtf8(show->NewDownLoadFolder);
+    report.folders["CacheFolder"] = grs::WideToUtf8(show->CacheFolder);
+    report.folders["UserCacheFolder"] = grs::WideToUtf8(show->UserCacheFolder);
     report.folders["IsUseDownloadsPath"] = show->IsUseDownloadsPath ? "1" : "0";
-    report.folders["sync folder drive (GetSyncCloudFolder)"] = host::WideToUtf8(ClientInitialize::GetSyncCloudFolder());
+    report.folders["sync folder drive (GetSyncCloudFolder)"] = grs::WideToUtf8(ClientInitialize::GetSyncCloudFolder());
     wchar_t roots[260] = {};
     const DWORD length = ::GetLogicalDriveStringsW(259, roots);
     for (const wchar_t* root = roots; root < roots + length && *root; root += wcslen(root) + 1)
-        report.drives.push_back(DescribeDrive(root));
+        report.drives.push_back(host::DescribeDrive(root));
     for (const auto& line : ClientStandIn::LogLines())
-        if (line.severity == 5) report.errorLogLines.push_back(line.function + ": " + host::WideToUtf8(line.message));
-}
-
-void PrintText(const Report& report, const host::Sandbox& sandbox) {
-    std::printf("\nStart-up report (profile: %s)\n", host::WideToUtf8(sandbox.Root()).c_str());
-    std::printf("\nSteps\n");
-    for (const Step& step : report.steps)
-        std::printf("  %-4s %-52s %8.1f ms  %s\n", step.ok ? "ok" : "FAIL", step.name.c_str(), step.milliseconds,
-                    step.outcome.c_str());
-    std::printf("\nRouting servers\n");
-    for (size_t i = 0; i < sandbox.RoutingServers().size(); ++i)
-        std::printf("  %-10s %-8s %s\n", i == 0 ? "primary" : ("standby " + std::to_string(i)).c_str(),
-                    sandbox.RoutingServers()[i].mode.c_str(), host::WideToUtf8(sandbox.RoutingServers()[i].url).c_str());
-    std::printf("  requests made: %zu; route source: %s\n", report.routeRequests.size(), report.routeSource.c_str());
-    std::printf("\nService addresses in the parameter store\n");
-    for (const auto& address : report.addresses)
-        std::printf("  %-28s %-52s %s\n", address.first.c_str(),
-                    address.second.value.empty() ? "(empty)" : address.second.value.c_str(),
-                    address.second.source.c_str());
-    for (const auto& file : report.settingsFiles) {
-        std::printf("\n%s (%zu keys)\n", file.first.c_str(), file.second.size());
-        for (const auto& key : file.second) std::printf("  %s=%s\n", key.first.c_str(), key.second.c_str());
-    }
-    std::printf("\nStart with Windows: setting %d, Run value %s\n", report.autoStartSetting,
-                report.autoStartRegistered ? "registered" : "not registered");
-    std::printf("\nFolders\n");
-    for (const auto& folder : report.folders) std::printf("  %-40s %s\n", folder.first.c_str(), folder.second.c_str());
-    std::printf(
-        "  drives (the sync folder goes to the first fixed drive with more than 100 MiB free, system drive last):\n");
-    for (const auto& drive : report.drives) std::printf("    %s\n", drive.c_str());
-    std::printf("\nLibrary log lines at severity 5 (%zu)\n", report.errorLogLines.size());
-    for (const auto& line : report.errorLogLines) std::printf("  %s\n", line.c_str());
-    std::printf("\nFull log: %s\n", host::WideToUtf8(sandbox.LogFile()).c_str());
-}
-
-void PrintJson(const Report& report, const host::Sandbox& sandbox) {
-    Json::Value root(Json::objectValue);
-    root["profile"] = host::WideToUtf8(sandbox.Root());
-    for (const Step& step : report.steps) {
-        Json::Value s(Json::objectValue);
-        s["name"] = step.name;
-        s["ok"] = step.ok;
-        s["outcome"] = step.outcome;
-        s["milliseconds"] = step.milliseconds;
-        root["steps"].append(s);
-    }
-    for (size_t i = 0; i < sandbox.RoutingServers().size(); ++i) {
-        Json::Value s(Json::objectValue);
-        s["role"] = i == 0 ? "primary" : "standby " + std::to_string(i);
-        s["mode"] = sandbox.RoutingServers()[i].mode;
-        s["url"] = host::WideToUtf8(sandbox.RoutingServers()[i].url);
-        root["routingServers"].append(s);
-    }
-    root["routeSource"] = report.routeSource;
-    root["routeRequests"] = Json::Value(Json::arrayValue);
-    for (const auto& request : report.routeRequests) root["routeRequests"].append(request);
-    for (const auto& address : report.addresses) {
-        root["addresses"][address.first]["value"] = address.second.value;
-        root["addresses"][address.first]["source"] = address.second.source;
-    }
-    for (const auto& file : report.settingsFiles)
-        for (const auto& key : file.second) root["settingsFiles"][file.first][key.first] = key.second;
-    root["autoStart"]["setting"] = report.autoStartSetting;
-    root["autoStart"]["registered"] = report.autoStartRegistered;
-    for (const auto& folder : report.folders) root["folders"][folder.first] = folder.second;
-    root["drives"] = Json::Value(Json::arrayValue);
-    for (const auto& drive : report.drives) root["drives"].append(drive);
-    root["errorLogLines"] = Json::Value(Json::arrayValue);
-    for (const auto& line : report.errorLogLines) root["errorLogLines"].append(line);
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "  ";
-    std::printf("%s\n", Json::writeString(builder, root).c_str());
+        if (line.severity == 5) report.errorLogLines.push_back(line.function + ": " + grs::WideToUtf8(line.message));
 }
 
 // Prints each routing request as it is made, while the route step waits.
@@ -259,7 +132,7 @@ private:
             for (; shown < requests.size(); ++shown) {
                 std::string role = m_sandbox.ServerRole(requests[shown]);
                 std::fprintf(m_out, "      request %zu to %s (%s) at %d ms\n", shown + 1,
-                             host::WideToUtf8(requests[shown]).c_str(), role.empty() ? "unknown server" : role.c_str(),
+                             grs::WideToUtf8(requests[shown]).c_str(), role.empty() ? "unknown server" : role.c_str(),
                              elapsed);
             }
             if (elapsed / 1000 > lastTick) {
@@ -293,6 +166,20 @@ private:
     grs::UniqueKey m_key;
 };
 
+inspect::Request InspectRequest(const host::Options& options) {
+    inspect::Request request;
+    request.appData = options.inspectAppData;
+    request.exeDir = options.exeDir;
+    request.routeCache = options.routeCache;
+    request.runKeyRoot = options.runKeyRoot;
+    request.country = options.country;
+    if (options.userGiven) request.user = options.user;
+    request.json = options.json;
+    request.repairTo = options.repairTo;
+    request.repairInPlace = options.repairInPlace;
+    return request;
+}
+
 }  // namespace
 
 int main() {
@@ -308,7 +195,7 @@ int main() {
     }
     if (options.inspect) {
         try {
-            return host::inspect::RunInspect(options);
+            return inspect::RunInspect(InspectRequest(options));
         } catch (const std::exception& e) {
             std::fprintf(stderr, "startup-host: inspection failed: %s\n", e.what());
             return 1;
@@ -343,42 +230,42 @@ int main() {
     const bool quiet = options.json;
     if (!quiet) {
         std::fprintf(stderr, "GlobalRootService start-up demo: country %s, user %s, routing servers %s\n",
-                     host::WideToUtf8(options.country).c_str(), host::WideToUtf8(options.user).c_str(),
+                     grs::WideToUtf8(options.country).c_str(), grs::WideToUtf8(options.user).c_str(),
                      options.offline ? "all down" : ("primary " + options.primaryMode + ", standbys ok").c_str());
     }
-    Report report;
+    host::DemoReport report;
     Zorvane* route = Zorvane::GetInstance();
     size_t seen = 0;
 
-    RunStep(report, quiet, "ServerConfigHelper::isFileExist", [&](Step& step) {
+    RunStep(report, quiet, "ServerConfigHelper::isFileExist", [&](host::Step& step) {
         step.ok = route->m_serverConfigHelper.isFileExist(false);
         step.outcome = step.ok ? "server address file loaded and applied" : "no usable server address file";
     });
     seen = TakeAddresses(report, seen, "server address file");
 
-    RunStep(report, quiet, "ClientInitialize::CreateSettingFile", [&](Step& step) {
+    RunStep(report, quiet, "ClientInitialize::CreateSettingFile", [&](host::Step& step) {
         ClientInitialize::CreateSettingFile(L"17.0.0.300");
         step.outcome = "Setting.ini completed";
     });
-    RunStep(report, quiet, "ClientInitialize::CreateSyncSettingFile", [&](Step& step) {
+    RunStep(report, quiet, "ClientInitialize::CreateSyncSettingFile", [&](host::Step& step) {
         ClientInitialize::CreateSyncSettingFile();
         step.outcome = "SyncSetting.ini written";
     });
-    RunStep(report, quiet, "ClientInitialize::GetSettings", [&](Step& step) {
+    RunStep(report, quiet, "ClientInitialize::GetSettings", [&](host::Step& step) {
         ClientInitialize::GetSettings();
         step.outcome = "settings read into the user record";
     });
 
     const size_t requestsBefore = ClientStandIn::RouteRequests().size();
     bool routed = false;
-    RunStep(report, quiet, "Zorvane::ZRVInfoInitialise(fromCache=true)", [&](Step& step) {
+    RunStep(report, quiet, "Zorvane::ZRVInfoInitialise(fromCache=true)", [&](host::Step& step) {
         route->ZRVInfoInitialise(true, routed);
         step.outcome = routed ? "fresh route cache of the user's country applied" : "no fresh route cache";
     });
     if (routed) {
         report.routeSource = "fresh route cache";
     } else if (!options.fromCacheOnly) {
-        RunStep(report, quiet, "Zorvane::ZRVInfoInitialise(fromCache=false)", [&](Step& step) {
+        RunStep(report, quiet, "Zorvane::ZRVInfoInitialise(fromCache=false)", [&](host::Step& step) {
             RequestWatcher watcher(sandbox);
             route->ZRVInfoInitialise(false, routed);
             const auto requests = ClientStandIn::RouteRequests();
@@ -398,15 +285,15 @@ int main() {
     seen = TakeAddresses(report, seen, report.routeSource);
     const auto requests = ClientStandIn::RouteRequests();
     for (size_t i = requestsBefore; i < requests.size(); ++i)
-        report.routeRequests.push_back(host::WideToUtf8(requests[i]) + " (" + sandbox.ServerRole(requests[i]) + ")");
+        report.routeRequests.push_back(grs::WideToUtf8(requests[i]) + " (" + sandbox.ServerRole(requests[i]) + ")");
 
-    RunStep(report, quiet, "ClientInitialize::InitializeUserProperties", [&](Step& step) {
+    RunStep(report, quiet, "ClientInitialize::InitializeUserProperties", [&](host::Step& step) {
         step.ok = ClientInitialize::InitializeUserProperties();
         step.outcome = step.ok ? "user properties loaded, repaired and saved" : "a property did not fit its field";
     });
     // Before sign-in the user's cache folder is unknown ("CatchFolder" is only
     // the user hash); the client writes the sync settings again once it is.
-    RunStep(report, quiet, "ClientInitialize::CreateSyncSettingFile (signed in)", [&](Step& step) {
+    RunStep(report, quiet, "ClientInitialize::CreateSyncSettingFile (signed in)", [&](host::Step& step) {
         ClientInitialize::CreateSyncSettingFile();
         step.outcome = "SyncSetting.ini rewritten with the user's cache folder";
     });
@@ -414,12 +301,12 @@ int main() {
     WaitForBaseUri(sandbox);
     CollectFacts(report, sandbox);
     if (options.json) {
-        PrintJson(report, sandbox);
+        host::PrintJson(report, sandbox);
     } else {
-        PrintText(report, sandbox);
+        host::PrintText(report, sandbox);
     }
     sandbox.StopRoutingServers();
-    for (const Step& step : report.steps)
+    for (const host::Step& step : report.steps)
         if (!step.ok && step.name.find("ZRVInfoInitialise") == std::string::npos) return 3;
     return 0;
 }

@@ -6,6 +6,7 @@
 // so that the rules can be checked on their own.
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,8 +16,107 @@
 
 namespace grs::settings {
 
+constexpr wchar_t kSettingFileName[] = L"Setting.ini";
+constexpr wchar_t kSyncSettingFileName[] = L"SyncSetting.ini";
 constexpr wchar_t kSettingSection[] = L"Setting";
 constexpr wchar_t kSyncSettingSection[] = L"SyncSetting";
+
+// The user record's text fields hold this many characters and a terminator.
+constexpr size_t kRecordFieldChars = 255;
+
+// "SyncSetting.ini": "MacAddressEncrypt" is this prefix and the system UUID;
+// the thumbnail folders are the user's cache folder, a backslash, these
+// leaves and a backslash.
+constexpr wchar_t kMacAddressPrefix[] = L"SYNC";
+constexpr wchar_t kThumbnailLeaf[] = L"SyncThumbnailFile";
+constexpr wchar_t kLcdThumbnailLeaf[] = L"LcdSyncThumbnailFile";
+
+// Where the value that a start writes for a key comes from.
+enum class Source {
+    None,           // no start writes it
+    Literal,        // SettingKey::literal
+    LocalLanguage,    // the parameter store's language
+    InstallLanguage,  // the same, kept as the language at installation
+    CallerVersion,  // the version handed to CreateSettingFile
+    DmpUploadUrl,
+    LogPingUrl,
+    // "SyncSetting.ini": the parameter store's values and the user record's
+    SyncServerUrl,
+    FamilyShareUrl,
+    NspUrl,
+    HelpAndServiceUrl,
+    UserInformationUrl,
+    MacAddress,  // kMacAddressPrefix and the system UUID
+    DeviceId,    // the system UUID
+    RecordVersion,
+    ConfigBasicUrl,
+    BusinessUrl,
+    BaseUri,  // replaced by the server-id address once that is known
+    UbaUrl,
+    PcModel,
+    BasicUrl,
+    OpenSource,
+    PortalUrl,
+    OmCdnUrl,        // only the routing servers give it
+    OmCdnByPassUrl,  // only the routing servers give it
+    ThumbnailFolder,
+    LcdThumbnailFolder,
+    CacheFolder,  // the cache folder, a backslash and the SHA-256 of the user id
+};
+
+// What the next start does while a key is missing or empty. Names are exact,
+// so a misspelt key is never read: the next start treats the exact key as
+// missing, and the misspelt one stays as it is.
+enum class Absent {
+    Filled,           // CreateSettingFile writes the key's value
+    AddedEmpty,       // CreateSettingFile adds it empty: empty is its normal state
+    FromRunValue,     // GetSettings records the Run registration ("IsAutoStartUp", "IsAutoCheckUpdate")
+    FirstStartCheck,  // reads as not the first start; IsFirstStartUp writes "false"
+    ShortcutOffered,  // reads as "the shortcut is still to be offered"
+    AfterSignIn,      // the client writes it after sign-in
+    Optional,         // nothing: a profile may well lack it
+    Rewritten,        // CreateSyncSettingFile writes it at every start
+};
+
+// How the library reads a non-empty value.
+enum class Reading {
+    Kept,             // kept for the client, not read by this library
+    Discarded,        // read, decides nothing
+    RecordText,       // copied into a record field: longer than kRecordFieldChars stops GetSettings unsaved
+    ClientPlatform,   // kept; the client's platform is the literal
+    ErrorLimit,       // only its emptiness matters (ErrorLimitingTimeFrom)
+    AutoCheckUpdate,  // IsAutoCheckUpdateOn
+    JoinPlan,         // JoinsExperiencePlan
+    AutoStart,        // PlanAutoStart
+    FirstStart,       // ReadsFirstStart
+    ShortcutSettled,  // !ReadsShortcutPending
+    Address,          // an address for the sync component
+};
+
+struct SettingKey {
+    const wchar_t* name;
+    Source source;
+    const wchar_t* literal;  // the value of Source::Literal, else null
+    Absent absent;
+    Reading reading;
+};
+
+// Every key this library writes or reads, per file: "Setting.ini" with the
+// keys CreateSettingFile writes first, in its order; "SyncSetting.ini" in
+// CreateSyncSettingFile's order.
+const std::vector<SettingKey>& SettingKeys();
+const std::vector<SettingKey>& SyncSettingKeys();
+
+// The key of that exact name, or null.
+const SettingKey* FindSettingKey(const std::vector<SettingKey>& keys, const std::wstring& name);
+
+// The library's reading of a flag: on or off; nullopt for a reading that is
+// not a flag.
+std::optional<bool> ReadsOn(Reading reading, const std::wstring& value);
+
+// How this library itself writes on and off for a flag; null for a reading
+// that is not a flag.
+const wchar_t* FlagSpelling(Reading reading, bool on);
 
 // Start with Windows: HKEY_CURRENT_USER\<kRunKey>, value kRunValue.
 constexpr wchar_t kRunKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Run";
@@ -27,6 +127,20 @@ constexpr wchar_t kRunValue[] = L"QIRENT Cloud";
 constexpr unsigned long kRunValueReadBytes = 260;
 // The longest command that reads as registered: 129 UTF-16 characters.
 constexpr size_t kRunValueReadableChars = kRunValueReadBytes / 2 - 1;
+
+// "0" / "1".
+inline const wchar_t* FlagText(bool flag) {
+    return flag ? L"1" : L"0";
+}
+
+// The buffer earlier versions built the Run command in, terminator included.
+constexpr size_t kRunCommandBufferChars = 260;
+
+// The Run value's command: the quoted executable path followed by
+// " /background". COMPAT: false when it would not fit the 260-character buffer
+// that earlier versions used (259 characters and the terminator); such an
+// install then never registers.
+bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command);
 
 // Gets or adds the section and the key and assigns the value, overwriting.
 void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value);

@@ -20,9 +20,11 @@ ClientInitialize& ClientInitialize::operator=(ClientInitialize&&) noexcept {
 namespace grs::settings {
 
 namespace {
+// The folder directly followed by a backslash and the name: no separator is
+// left out or doubled by a join.
 std::wstring AppDataFile(const wchar_t* name) {
     const std::wstring folder = Store().GetAppDataLocalPath();
-    return folder.empty() ? std::wstring() : folder + name;
+    return folder.empty() ? std::wstring() : folder + L"\\" + name;
 }
 }  // namespace
 
@@ -43,10 +45,10 @@ GlobalParamWrapper& Store() {
 }
 
 std::wstring SettingFilePath() {
-    return AppDataFile(L"\\Setting.ini");
+    return AppDataFile(kSettingFileName);
 }
 std::wstring SyncSettingFilePath() {
-    return AppDataFile(L"\\SyncSetting.ini");
+    return AppDataFile(kSyncSettingFileName);
 }
 
 void MarkChanging(const std::wstring& path) noexcept {

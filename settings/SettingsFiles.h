@@ -101,15 +101,5 @@ bool ChangeExistingFile(const std::wstring& path, const char* function, Change&&
 
 using ::grs::Guarded;
 
-// "0" / "1".
-inline const wchar_t* FlagText(bool flag) {
-    return flag ? L"1" : L"0";
-}
-
-// The Run value's command: the quoted executable path followed by
-// " /background". COMPAT: false when it would not fit the 260-character
-// buffer that the client's other versions read (259 characters and the
-// terminator); such an install then never registers.
-bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command);
 
 }  // namespace grs::settings

@@ -35,20 +35,8 @@ static_assert(kRunKeyWriteAccess == 0x2001F, "the access registering has always 
 // as the client always has; a read-only key then reads as "not registered".
 constexpr REGSAM kRunKeyFullAccess = KEY_ALL_ACCESS;
 static_assert(kRunKeyFullAccess == 0xF003F, "the access reading has always asked for");
-constexpr size_t kCommandBufferChars = 260;
 
 }  // namespace
-
-namespace grs::settings {
-
-bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command) {
-    const std::wstring built = L"\"" + executablePath + L"\" /background";
-    if (built.size() > kCommandBufferChars - 1) return false;
-    command = built;
-    return true;
-}
-
-}  // namespace grs::settings
 
 bool ClientInitialize::IsFirstStartUp() {
     return grs::settings::Guarded(__LINE__, kIsFirstStartUp, false, [] {
@@ -125,7 +113,7 @@ bool ClientInitialize::GetRegisterStartingIsOpen() {
         // An open that fails leaves no key, and the read below then fails.
         grs::UniqueKey key;
         ::RegOpenKeyExW(HKEY_CURRENT_USER, kRunKey, 0, kRunKeyFullAccess, key.put());
-        wchar_t buffer[kCommandBufferChars] = {};
+        wchar_t buffer[grs::settings::kRunCommandBufferChars] = {};
         DWORD size = grs::settings::kRunValueReadBytes;
         const LSTATUS read = key ? ::RegGetValueW(key.get(), nullptr, kRunValue, RRF_RT_REG_SZ, nullptr, buffer, &size)
                                  : ERROR_INVALID_HANDLE;

@@ -54,6 +54,64 @@ std::wstring CurrentUserId() {
     return session ? session->GetCurrentUserID() : std::wstring();
 }
 
+struct SyncValue {
+    std::wstring text;
+    bool narrow = false;  // written as UTF-8 through the narrow profile functions
+};
+
+// What CreateSyncSettingFile writes for a key of SyncSettingKeys.
+SyncValue ValueOf(grs::settings::Source source, GlobalParamWrapper& store, const st_UserPropertiesShow* show,
+                  const std::wstring& root) {
+    using grs::settings::Source;
+    switch (source) {
+        case Source::SyncServerUrl:
+            return {store.GetSyncServerUrl()};
+        case Source::FamilyShareUrl:
+            return {store.GetFamilyShareUrl()};
+        case Source::NspUrl:
+            return {store.GetNspUrl()};
+        case Source::HelpAndServiceUrl:
+            return {store.GetHelpAndServiceUrl()};
+        case Source::UserInformationUrl:
+            return {store.GetUserInformationserviceUrl()};
+        case Source::MacAddress:
+            return {grs::settings::kMacAddressPrefix + store.GetSystemUUid()};
+        case Source::DeviceId:
+            return {store.GetSystemUUid()};
+        case Source::RecordVersion:
+            return {show ? grs::FieldText(show->Version) : std::wstring()};
+        case Source::ConfigBasicUrl:
+            return {store.GetConfigBasicUrl()};
+        case Source::BusinessUrl:
+            return {store.GetBusinessUrl()};
+        case Source::BaseUri:
+            // Replaced by the server-id address once that is known (SyncBaseUri).
+            return {store.GetTestZavkooperqrtUrl()};
+        case Source::UbaUrl:
+            return {store.GetUBAUrl()};
+        case Source::PcModel:
+            return {store.GetPCModel()};
+        case Source::BasicUrl:
+            return {store.GetBasicUrl()};
+        case Source::OpenSource:
+            return {store.GetOpenSource()};
+        case Source::PortalUrl:
+            return {store.GetPortalUrl()};
+        case Source::OmCdnUrl:
+            return {store.GetOmCdnUrl()};
+        case Source::OmCdnByPassUrl:
+            return {store.GetOmCdnByPassUrl()};
+        case Source::ThumbnailFolder:
+            return {root + L"\\" + grs::settings::kThumbnailLeaf + L"\\", true};
+        case Source::LcdThumbnailFolder:
+            return {root + L"\\" + grs::settings::kLcdThumbnailLeaf + L"\\", true};
+        case Source::CacheFolder:
+            return {root, true};
+        default:
+            return {};
+    }
+}
+
 // COMPAT: the HTTP library's diagnostics go to standard output, not to the
 // client's logger, where the client has always had them; a host that wants
 // them elsewhere redirects its standard output.
@@ -91,39 +149,19 @@ void ClientInitialize::CreateSyncSettingFile() {
         const st_UserPropertiesShow* show = store.GetUserPropertiesShow();
         const std::wstring root =
             UserCacheRoot(show ? grs::FieldText(show->CacheFolder) : std::wstring(), CurrentUserId());
-        const std::wstring macAddress = L"SYNC" + store.GetSystemUUid();
-        const std::wstring deviceId = store.GetSystemUUid();
-
         grs::settings::MarkChanging(path);
         IniFileHelper wide(path.c_str(), kSyncSettingSection);
-        wide.WriteIniKeyValue(L"ServerUrl", store.GetSyncServerUrl());
-        wide.WriteIniKeyValue(L"FamilyShareUrl", store.GetFamilyShareUrl());
-        wide.WriteIniKeyValue(L"NspUrl", store.GetNspUrl());
-        wide.WriteIniKeyValue(L"HelpAndServiceUrl", store.GetHelpAndServiceUrl());
-        wide.WriteIniKeyValue(L"UserinformationUrl", store.GetUserInformationserviceUrl());
-        wide.WriteIniKeyValue(L"MacAddressEncrypt", macAddress);
-        wide.WriteIniKeyValue(L"deviceUUid", deviceId);
-        wide.WriteIniKeyValue(L"PcVersion", show ? grs::FieldText(show->Version) : std::wstring());
-        wide.WriteIniKeyValue(L"ConfigBasic", store.GetConfigBasicUrl());
-        wide.WriteIniKeyValue(L"BusinessUrl", store.GetBusinessUrl());
-        // Replaced by the server-id address once that is known (SyncBaseUri).
-        wide.WriteIniKeyValue(L"BaseUri", store.GetTestZavkooperqrtUrl());
-        wide.WriteIniKeyValue(L"UBAUri", store.GetUBAUrl());
-        wide.WriteIniKeyValue(L"PCModel", store.GetPCModel());
-        wide.WriteIniKeyValue(L"BasicUrl", store.GetBasicUrl());
-        wide.WriteIniKeyValue(L"OpenSource", store.GetOpenSource());
-        wide.WriteIniKeyValue(L"Portal", store.GetPortalUrl());
-        wide.WriteIniKeyValue(L"OmCdnUrl", store.GetOmCdnUrl());
-        wide.WriteIniKeyValue(L"OmCdnByPassUrl", store.GetOmCdnByPassUrl());
-
         // The sync component reads the folders as UTF-8 bytes; the narrow
         // profile functions want the path in the ANSI code page.
         const std::string narrowPath = grs::WideToMultiByte(path, grs::kCodePageAnsi);
-        if (!narrowPath.empty()) {
-            IniFileHelperA narrow(narrowPath.c_str(), kSyncSettingSectionA);
-            narrow.WriteIniKeyValueA("ThumbnailRootFolder", grs::WideToUtf8(root + L"\\SyncThumbnailFile\\"));
-            narrow.WriteIniKeyValueA("LcdThumbnailRootFolder", grs::WideToUtf8(root + L"\\LcdSyncThumbnailFile\\"));
-            narrow.WriteIniKeyValueA("CatchFolder", grs::WideToUtf8(root));
+        for (const grs::settings::SettingKey& key : grs::settings::SyncSettingKeys()) {
+            const SyncValue value = ValueOf(key.source, store, show, root);
+            if (!value.narrow) {
+                wide.WriteIniKeyValue(key.name, value.text);
+            } else if (!narrowPath.empty()) {
+                IniFileHelperA narrow(narrowPath.c_str(), kSyncSettingSectionA);
+                narrow.WriteIniKeyValueA(grs::WideToUtf8(key.name), grs::WideToUtf8(value.text));
+            }
         }
         grs::settings::MarkAtRest(path);
 
@@ -163,14 +201,14 @@ void ClientInitialize::SavePCModel(const std::wstring& /*model*/) {
 void ClientInitialize::SaveSyncThumbnailRootFolder(const std::wstring& folder) {
     ChangeSyncCopy(__LINE__, kSaveSyncThumbnailRootFolder, [&folder](CIniFileW& ini) {
         grs::settings::SetValue(ini, kSyncSettingSection, L"ThumbnailRootFolder",
-                                grs::PathJoin(folder, L"SyncThumbnailFile"));
+                                grs::PathJoin(folder, grs::settings::kThumbnailLeaf));
     });
 }
 
 void ClientInitialize::SaveSyncLcdThumbnailRootFolder(const std::wstring& folder) {
     ChangeSyncCopy(__LINE__, kSaveSyncLcdThumbnailRootFolder, [&folder](CIniFileW& ini) {
         grs::settings::SetValue(ini, kSyncSettingSection, L"LcdThumbnailRootFolder",
-                                grs::PathJoin(folder, L"LcdSyncThumbnailFile"));
+                                grs::PathJoin(folder, grs::settings::kLcdThumbnailLeaf));
         grs::settings::SetValue(ini, kSyncSettingSection, L"CatchFolder", folder);
     });
 }

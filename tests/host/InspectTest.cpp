@@ -13,14 +13,15 @@
 
 #include "core/HashUtil.h"
 #include "core/TextUtil.h"
-#include "host/Inspect.h"
-#include "host/InspectDetail.h"
+#include "inspect/Inspect.h"
+#include "inspect/InspectDetail.h"
 #include "route/RouteDetail.h"
 #include "serverconfig/ServerRegion.h"
+#include "settings/SettingRules.h"
 
 namespace {
 
-using namespace host::inspect;
+using namespace ::inspect;
 
 constexpr long long kNow = 1700000000000;  // 2023-11-14 22:13:20 UTC
 const std::wstring kInstall = L"C:\\Program Files\\Qirent";
@@ -284,6 +285,49 @@ TEST(Inspect, NearlyRightNamesAndRunCommands) {
     EXPECT_EQ(FormatUtc(0), "1970-01-01 00:00:00 UTC");
     EXPECT_EQ(FormatUtc(951782400000), "2000-02-29 00:00:00 UTC");
     EXPECT_EQ(FormatUtc(-1), "1969-12-31 23:59:59 UTC");
+}
+
+// The inspection judges exactly the library's keys: each one is reported,
+// present or missing, and none is taken for a stranger.
+TEST(Inspect, CoversExactlyTheLibrarysKeys) {
+    using grs::settings::Absent;
+    const struct {
+        const char* area;
+        const wchar_t* section;
+        const std::vector<grs::settings::SettingKey>& keys;
+        FileSnapshot Snapshot::*file;
+    } files[] = {
+        {"Setting.ini", grs::settings::kSettingSection, grs::settings::SettingKeys(), &Snapshot::setting},
+        {"SyncSetting.ini", grs::settings::kSyncSettingSection, grs::settings::SyncSettingKeys(),
+         &Snapshot::syncSetting},
+    };
+    for (const auto& file : files) {
+        for (const grs::settings::SettingKey& missing : file.keys) {
+            const std::string name = grs::WideToUtf8(missing.name);
+            SCOPED_TRACE(std::string(file.area) + " without " + name);
+            std::string text = "[" + grs::WideToUtf8(file.section) + "]\n";
+            for (const grs::settings::SettingKey& key : file.keys)
+                if (&key != &missing) text += grs::WideToUtf8(key.name) + "=v\n";
+            Profile profile;
+            profile.snapshot.*file.file = File(text + "Stranger=v\n");
+            std::set<std::string> named;
+            bool strangerNamed = false;
+            const Json::Value report = JsonFindings(profile);
+            for (const Json::Value& finding : report["findings"]) {
+                if (finding["area"].asString() != file.area) continue;
+                named.insert(finding["key"].asString());
+                strangerNamed = strangerNamed || (finding["key"].asString() == "Stranger" &&
+                                                  finding["message"].asString().find("not a key") != std::string::npos);
+                EXPECT_EQ(finding["message"].asString().find("one edit from"), std::string::npos)
+                    << finding["key"].asString();
+            }
+            EXPECT_TRUE(strangerNamed);
+            for (const grs::settings::SettingKey& key : file.keys) {
+                const bool reported = &key != &missing || key.absent != Absent::Optional;
+                EXPECT_EQ(named.count(grs::WideToUtf8(key.name)), reported ? 1u : 0u) << grs::WideToUtf8(key.name);
+            }
+        }
+    }
 }
 
 }  // namespace

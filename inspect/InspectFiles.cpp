@@ -9,21 +9,25 @@
 #include <vector>
 
 #include "core/FileIo.h"
+#include "core/IniFile.h"
 #include "core/PathUtil.h"
 #include "core/UniqueResource.h"
 #include "globalrootservice/collaborators/ConfigEntityManager.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
-#include "host/Inspect.h"
+#include "inspect/Inspect.h"
+#include "inspect/InspectDetail.h"
+#include "inspect/Repair.h"
 #include "route/RouteDetail.h"
 #include "serverconfig/ServerRegion.h"
 #include "settings/SettingRules.h"
 
-namespace host::inspect {
+namespace inspect {
 
 namespace {
 
-// More than any file the library reads: the rest is not needed to judge it.
-constexpr unsigned long long kReadLimit = 64ull << 20;
+// The largest settings file the library reads; every other file it reads is
+// smaller. The rest is not needed to judge it.
+constexpr unsigned long long kReadLimit = grs::kIniMaxFileBytes;
 
 std::wstring FullPath(const std::wstring& path) {
     if (path.empty()) return path;
@@ -126,23 +130,23 @@ bool IsFile(const std::wstring& path) {
 
 }  // namespace
 
-Snapshot TakeSnapshot(const Options& options) {
+Snapshot TakeSnapshot(const Request& request) {
     Snapshot snapshot;
-    snapshot.appData = FullPath(options.inspectAppData);
+    snapshot.appData = FullPath(request.appData);
     snapshot.appDataIsFolder = IsFolder(snapshot.appData);
     if (snapshot.appDataIsFolder) {
-        snapshot.setting = ReadSnapshotFile(grs::PathJoin(snapshot.appData, L"Setting.ini"));
-        snapshot.syncSetting = ReadSnapshotFile(grs::PathJoin(snapshot.appData, L"SyncSetting.ini"));
+        snapshot.setting = ReadSnapshotFile(grs::PathJoin(snapshot.appData, grs::settings::kSettingFileName));
+        snapshot.syncSetting = ReadSnapshotFile(grs::PathJoin(snapshot.appData, grs::settings::kSyncSettingFileName));
         snapshot.appDataNames = FolderNames(snapshot.appData);
     }
 
-    snapshot.runKey = options.runKeyRoot.empty() ? std::wstring(grs::settings::kRunKey)
-                                                 : options.runKeyRoot + L"\\" + grs::settings::kRunKey;
+    snapshot.runKey = request.runKeyRoot.empty() ? std::wstring(grs::settings::kRunKey)
+                                                 : request.runKeyRoot + L"\\" + grs::settings::kRunKey;
     snapshot.run = ReadRunValue(snapshot.runKey);
 
-    snapshot.exeDirGiven = !options.exeDir.empty();
+    snapshot.exeDirGiven = !request.exeDir.empty();
     if (snapshot.exeDirGiven) {
-        snapshot.exeDir = FullPath(options.exeDir);
+        snapshot.exeDir = FullPath(request.exeDir);
     } else if (snapshot.run.present) {
         // Without an install folder, the one start with Windows points at.
         bool quoted = false;
@@ -161,22 +165,22 @@ Snapshot TakeSnapshot(const Options& options) {
         }
     }
 
-    snapshot.routeCacheGiven = !options.routeCache.empty();
+    snapshot.routeCacheGiven = !request.routeCache.empty();
     // The stand-in keeps each kind of configuration content in
     // "<app-data>\ClientStandIn\content-<kind>.txt".
     snapshot.routeCachePath =
         snapshot.routeCacheGiven
-            ? FullPath(options.routeCache)
+            ? FullPath(request.routeCache)
             : grs::PathJoin(snapshot.appData,
                             L"ClientStandIn\\content-" + std::to_wstring(ConfigEntityRouteCache) + L".txt");
     snapshot.routeCache = ReadSnapshotFile(snapshot.routeCachePath);
     return snapshot;
 }
 
-Context MakeContext(const Options& options) {
+Context MakeContext(const Request& request) {
     Context context;
-    context.country = options.country;
-    if (options.userGiven) context.user = options.user;
+    context.country = request.country;
+    context.user = request.user;
     context.nowMs = grs::route::NowMilliseconds();
     if (GlobalParamWrapper* store = GlobalParamWrapper::GetInstance()) {
         context.asia = store->GetAsiaCountrySet();
@@ -187,12 +191,58 @@ Context MakeContext(const Options& options) {
     return context;
 }
 
-int RunInspect(const Options& options) {
+namespace {
+
+// "20240501-100000", local time: the backup folder's name.
+std::string BackupStamp() {
+    SYSTEMTIME now = {};
+    ::GetLocalTime(&now);
+    char text[32];
+    std::snprintf(text, sizeof text, "%04u%02u%02u-%02u%02u%02u", now.wYear, now.wMonth, now.wDay, now.wHour,
+                  now.wMinute, now.wSecond);
+    return text;
+}
+
+Report Inspected(const Request& request) {
     Report report;
-    report.snapshot = TakeSnapshot(options);
-    report.context = MakeContext(options);
+    report.snapshot = TakeSnapshot(request);
+    report.context = MakeContext(request);
     report.findings = Inspect(report.snapshot, report.context);
-    const std::string text = options.json ? RenderJson(report) : RenderText(report);
+    report.plan = PlanFixes(report.snapshot, report.context, report.findings);
+    return report;
+}
+
+}  // namespace
+
+int RunInspect(const Request& request) {
+    Report report = Inspected(request);
+    RepairResult repair;
+    const bool repairing = request.repairInPlace || !request.repairTo.empty();
+    if (repairing) {
+        if (!request.repairInPlace && SameIgnoringCase(FullPath(request.repairTo), report.snapshot.appData)) {
+            std::fprintf(stderr, "startup-host: --repair needs a folder other than the profile itself\n");
+            return 1;
+        }
+        repair = Repair(request, report.snapshot, report.plan, BackupStamp());
+        if (repair.refused) {
+            std::fprintf(stderr, "startup-host: repair refused: %s\n", repair.refusal.c_str());
+            return 1;
+        }
+        // The report is that of the repaired profile.
+        Request after = request;
+        after.appData = repair.profile;
+        if (!request.repairInPlace && report.snapshot.routeCache.exists) {
+            const std::wstring prefix = grs::DirectoryWithSeparator(report.snapshot.appData);
+            const std::wstring& cache = report.snapshot.routeCachePath;
+            after.routeCache = cache.size() > prefix.size() && SameIgnoringCase(cache.substr(0, prefix.size()), prefix)
+                                   ? grs::PathJoin(repair.profile, cache.substr(prefix.size()))
+                                   : grs::PathJoin(repair.profile, cache.substr(cache.find_last_of(L"\\/") + 1));
+        }
+        if (after.exeDir.empty()) after.exeDir = report.snapshot.exeDir;
+        report = Inspected(after);
+    }
+    const RepairResult* made = repairing ? &repair : nullptr;
+    const std::string text = request.json ? RenderJson(report, made) : RenderText(report, made);
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
         std::fprintf(stderr, "startup-host: the report could not be written\n");
         return 1;
@@ -200,4 +250,4 @@ int RunInspect(const Options& options) {
     return 0;
 }
 
-}  // namespace host::inspect
+}  // namespace inspect

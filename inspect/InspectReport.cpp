@@ -8,9 +8,11 @@
 
 #include "core/IniFile.h"
 #include "core/TextUtil.h"
-#include "host/InspectDetail.h"
+#include "inspect/InspectDetail.h"
+#include "inspect/Repair.h"
+#include "settings/SettingRules.h"
 
-namespace host::inspect {
+namespace inspect {
 
 namespace {
 
@@ -29,7 +31,7 @@ bool ReadAutoStart(const FileSnapshot& file, std::wstring& value) {
     grs::IniEncoding encoding = grs::IniEncoding::Utf16Le;
     CIniFileW document;
     document.ParseText(grs::DecodeIniBytes(file.bytes, encoding));
-    value = document.GetValue(L"Setting", L"IsAutoStartUp", std::wstring());
+    value = document.GetValue(grs::settings::kSettingSection, L"IsAutoStartUp", std::wstring());
     return true;
 }
 
@@ -50,11 +52,7 @@ const char* SeverityName(Severity severity) {
 }
 
 void Findings::Add(const std::wstring& key, Severity severity, const std::string& message) {
-    Add(Utf8(key), severity, message);
-}
-
-std::string Utf8(const std::wstring& text) {
-    return grs::WideToUtf8(text);
+    Add(grs::WideToUtf8(key), severity, message);
 }
 
 std::string Shown(const std::wstring& text) {
@@ -75,7 +73,7 @@ std::string Shown(const std::wstring& text) {
     }
     shown += L'"';
     if (text.size() > kShownChars) shown += L"... (" + std::to_wstring(text.size()) + L" characters)";
-    return Utf8(shown);
+    return grs::WideToUtf8(shown);
 }
 
 std::string Shown(const std::string& utf8) {
@@ -84,7 +82,7 @@ std::string Shown(const std::string& utf8) {
 
 std::string NameList(const std::vector<std::wstring>& names) {
     std::string list;
-    for (size_t i = 0; i < names.size() && i < kListedNames; ++i) list += (i ? ", " : "") + Utf8(names[i]);
+    for (size_t i = 0; i < names.size() && i < kListedNames; ++i) list += (i ? ", " : "") + grs::WideToUtf8(names[i]);
     if (names.size() > kListedNames) list += " and " + std::to_string(names.size() - kListedNames) + " more";
     return list;
 }
@@ -230,15 +228,36 @@ Tally Summarise(const std::vector<Finding>& findings) {
 
 }  // namespace
 
-std::string RenderJson(const Report& report) {
+namespace {
+
+Json::Value FixJson(const Fix& fix) {
+    Json::Value item(Json::objectValue);
+    item["action"] = fix.action;
+    if (!fix.file.empty()) item["file"] = grs::WideToUtf8(fix.file);
+    if (!fix.from.empty()) item["from"] = grs::WideToUtf8(fix.from);
+    if (!fix.to.empty()) item["to"] = grs::WideToUtf8(fix.to);
+    return item;
+}
+
+// "rename-key "SpaceOMVersion" -> "SapceOMVersion"".
+std::string FixText(const Fix& fix) {
+    std::string text = fix.action;
+    if (!fix.from.empty()) text += " " + Shown(fix.from);
+    if (!fix.to.empty()) text += (fix.from.empty() ? " " : " -> ") + Shown(fix.to);
+    return text;
+}
+
+}  // namespace
+
+std::string RenderJson(const Report& report, const RepairResult* repair) {
     Json::Value root(Json::objectValue);
     Json::Value& inspected = root["inspected"];
-    inspected["appData"] = Utf8(report.snapshot.appData);
-    inspected["exeDir"] = Utf8(report.snapshot.exeDir);
-    inspected["routeCache"] = Utf8(report.snapshot.routeCachePath);
-    inspected["runKey"] = Utf8(report.snapshot.runKey);
-    inspected["country"] = Utf8(report.context.country);
-    inspected["user"] = Utf8(report.context.user);
+    inspected["appData"] = grs::WideToUtf8(report.snapshot.appData);
+    inspected["exeDir"] = grs::WideToUtf8(report.snapshot.exeDir);
+    inspected["routeCache"] = grs::WideToUtf8(report.snapshot.routeCachePath);
+    inspected["runKey"] = grs::WideToUtf8(report.snapshot.runKey);
+    inspected["country"] = grs::WideToUtf8(report.context.country);
+    inspected["user"] = grs::WideToUtf8(report.context.user);
     inspected["at"] = FormatUtc(report.context.nowMs);
     Json::Value& findings = root["findings"] = Json::Value(Json::arrayValue);
     for (const Finding& finding : report.findings) {
@@ -247,6 +266,12 @@ std::string RenderJson(const Report& report) {
         item["key"] = finding.key;
         item["severity"] = SeverityName(finding.severity);
         item["message"] = finding.message;
+        if (const Fix* fix = FixFor(finding, report.plan)) {
+            item["fix"] = FixJson(*fix);
+        } else {
+            const std::string why = NoFixReason(finding, report.plan);
+            if (!why.empty()) item["noFix"] = why;
+        }
         findings.append(item);
     }
     const Tally tally = Summarise(report.findings);
@@ -256,20 +281,50 @@ std::string RenderJson(const Report& report) {
     summary["notes"] = static_cast<Json::UInt64>(tally.counts[static_cast<int>(Severity::Note)]);
     summary["ok"] = static_cast<Json::UInt64>(tally.counts[static_cast<int>(Severity::Ok)]);
     summary["line"] = tally.line;
+    if (repair != nullptr) {
+        Json::Value& repaired = root["repair"];
+        repaired["mode"] = repair->inPlace ? "in-place" : "copy";
+        repaired["profile"] = grs::WideToUtf8(repair->profile);
+        repaired["backup"] = grs::WideToUtf8(repair->backup);
+        Json::Value& changes = repaired["changes"] = Json::Value(Json::arrayValue);
+        for (const Change& change : repair->changes) {
+            Json::Value item(Json::objectValue);
+            item["area"] = change.fix.area;
+            item["key"] = change.fix.key;
+            item["fix"] = FixJson(change.fix);
+            item["done"] = change.done;
+            item["detail"] = change.detail;
+            changes.append(item);
+        }
+    }
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
     builder["emitUTF8"] = true;
     return Json::writeString(builder, root) + "\n";
 }
 
-std::string RenderText(const Report& report) {
-    const auto shownOrNone = [](const std::wstring& text) { return text.empty() ? std::string("-") : Utf8(text); };
-    std::string text =
-        "Inspection of " + Utf8(report.snapshot.appData) + " (read-only, " + FormatUtc(report.context.nowMs) + ")\n";
-    text += "  install folder " + shownOrNone(report.snapshot.exeDir) + ", country " + Utf8(report.context.country) +
+std::string RenderText(const Report& report, const RepairResult* repair) {
+    const auto shownOrNone = [](const std::wstring& text) { return text.empty() ? std::string("-") : grs::WideToUtf8(text); };
+    std::string text;
+    if (repair != nullptr) {
+        text += "Repair of " + grs::WideToUtf8(repair->profile) +
+                (repair->backup.empty() ? std::string() : ", the originals in " + grs::WideToUtf8(repair->backup)) +
+                "\n";
+        if (repair->changes.empty()) text += "  nothing to change\n";
+        for (const Change& change : repair->changes) {
+            char head[64];
+            std::snprintf(head, sizeof head, "  %-8s ", change.done ? "done" : "not done");
+            text += head + change.fix.area + " " + change.fix.key + ": " + FixText(change.fix) + " (" + change.detail +
+                    ")\n";
+        }
+        text += "\n";
+    }
+    text +=
+        "Inspection of " + grs::WideToUtf8(report.snapshot.appData) + " (read-only, " + FormatUtc(report.context.nowMs) + ")\n";
+    text += "  install folder " + shownOrNone(report.snapshot.exeDir) + ", country " + grs::WideToUtf8(report.context.country) +
             ", user " + shownOrNone(report.context.user) + "\n";
     text += "  route cache " + shownOrNone(report.snapshot.routeCachePath) + "\n";
-    text += "  Run value under HKEY_CURRENT_USER\\" + Utf8(report.snapshot.runKey) + "\n";
+    text += "  Run value under HKEY_CURRENT_USER\\" + grs::WideToUtf8(report.snapshot.runKey) + "\n";
     std::string area;
     for (const Finding& finding : report.findings) {
         if (finding.area != area) {
@@ -281,6 +336,12 @@ std::string RenderText(const Report& report) {
         std::string key = finding.key;
         if (key.size() < 26) key.resize(26, ' ');
         text += head + key + " " + finding.message + "\n";
+        if (const Fix* fix = FixFor(finding, report.plan)) {
+            text += std::string(37, ' ') + "fix: " + FixText(*fix) + "\n";
+        } else {
+            const std::string why = NoFixReason(finding, report.plan);
+            if (!why.empty()) text += std::string(37, ' ') + "no fix: " + why + "\n";
+        }
     }
     const Tally tally = Summarise(report.findings);
     text += "\nSummary: " + Counted(tally.counts[static_cast<int>(Severity::Problem)], "problem", "problems") + ", " +
@@ -298,4 +359,4 @@ std::string RenderText(const Report& report) {
     return text;
 }
 
-}  // namespace host::inspect
+}  // namespace inspect

@@ -7,9 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "host/Inspect.h"
+#include "core/TextUtil.h"
+#include "inspect/Inspect.h"
 
-namespace host::inspect {
+namespace inspect {
 
 // The findings of one area.
 class Findings {
@@ -60,8 +61,6 @@ private:
     size_t m_skipped = 0;
 };
 
-std::string Utf8(const std::wstring& text);
-
 // User text in double quotes on one line: quotes and control characters
 // escaped (backslashes stay, paths read better), long text cut with its
 // length told.
@@ -96,4 +95,4 @@ inline Severity Worse(Severity a, Severity b) {
     return a < b ? b : a;
 }
 
-}  // namespace host::inspect
+}  // namespace inspect

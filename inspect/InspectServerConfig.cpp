@@ -2,11 +2,11 @@
 // one the country chooses, whether it parses and what its region lacks.
 #include <algorithm>
 
-#include "host/InspectDetail.h"
+#include "inspect/InspectDetail.h"
 #include "serverconfig/RegionJson.h"
 #include "serverconfig/ServerRegion.h"
 
-namespace host::inspect {
+namespace inspect {
 
 namespace {
 
@@ -104,7 +104,7 @@ void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const s
         if (nearKey != nullptr) {
             findings.Add(name, severe(Severity::Warning),
                          "key " + Shown(server.first) + " is " + (caseOnly ? "spelt otherwise than" : "one edit from") +
-                             " \"" + Utf8(nearKey) + "\": not read, the service keys are exact");
+                             " \"" + grs::WideToUtf8(nearKey) + "\": not read, the service keys are exact");
             continue;
         }
         bool isKnown = false;
@@ -165,4 +165,4 @@ std::vector<Finding> InspectServerConfig(const Snapshot& snapshot, const Context
     return findings.Take();
 }
 
-}  // namespace host::inspect
+}  // namespace inspect

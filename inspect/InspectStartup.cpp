@@ -3,10 +3,10 @@
 #include <windows.h>
 
 #include "core/PathUtil.h"
-#include "host/InspectDetail.h"
+#include "inspect/InspectDetail.h"
 #include "settings/SettingRules.h"
 
-namespace host::inspect {
+namespace inspect {
 
 namespace {
 
@@ -74,7 +74,7 @@ std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const 
                                              const std::wstring& exeDir,
                                              const std::function<bool(const std::wstring&)>& fileExists) {
     Findings findings(kAreaStartWithWindows);
-    const std::string valueName = Utf8(readings::kRunValue);
+    const std::string valueName = grs::WideToUtf8(readings::kRunValue);
     // What the next start does with the Run value, by the file's choice.
     const readings::AutoStartCase choice =
         autoStart ? readings::PlanAutoStart(*autoStart, false).which : readings::AutoStartCase::Empty;
@@ -174,4 +174,4 @@ std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const 
     return findings.Take();
 }
 
-}  // namespace host::inspect
+}  // namespace inspect

@@ -6,11 +6,11 @@
 #include <memory>
 
 #include "core/TextUtil.h"
-#include "host/InspectDetail.h"
+#include "inspect/InspectDetail.h"
 #include "route/RouteDetail.h"
 #include "globalrootservice/ZRVInfo.h"
 
-namespace host::inspect {
+namespace inspect {
 
 namespace {
 
@@ -229,4 +229,4 @@ std::vector<Finding> InspectRouteCache(const Snapshot& snapshot, const Context& 
     return findings.Take();
 }
 
-}  // namespace host::inspect
+}  // namespace inspect

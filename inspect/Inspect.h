@@ -15,8 +15,10 @@
 //   {
 //     "inspected": {"appData": "...", "exeDir": "...", "routeCache": "...", "runKey": "...",
 //                   "country": "CN", "user": "", "at": "2024-05-01 10:00:00 UTC"},
-//     "findings": [{"area": "Setting.ini", "key": "SapceOMVersion", "severity": "problem",
-//                   "message": "..."}, ...],
+//     "findings": [{"area": "Setting.ini", "key": "SpaceOMVersion", "severity": "problem",
+//                   "message": "...", "fix": {"action": "rename-key", "from": "SpaceOMVersion",
+//                   "to": "SapceOMVersion"}},
+//                  {"area": "ServerConfig", ..., "severity": "warning", "noFix": "why not"}, ...],
 //     "summary": {"problems": 1, "warnings": 2, "notes": 3, "ok": 40,
 //                 "line": "1 problem, 2 warnings: Setting.ini SapceOMVersion; ..."}
 //   }
@@ -34,9 +36,21 @@
 #include <unordered_set>
 #include <vector>
 
-#include "host/HostOptions.h"
 
-namespace host::inspect {
+namespace inspect {
+
+// What to inspect, from the command line.
+struct Request {
+    std::wstring appData;     // the user's app-data folder
+    std::wstring exeDir;      // the client's install folder; empty: from the Run value
+    std::wstring routeCache;  // the cached route record's JSON text; empty: the stand-in's
+    std::wstring runKeyRoot;  // read the Run value under HKCU\<this> (empty: HKCU itself)
+    std::wstring country = L"CN";
+    std::wstring user;  // empty: not given
+    bool json = false;
+    std::wstring repairTo;       // --repair OUT_DIR
+    bool repairInPlace = false;  // --repair-in-place
+};
 
 enum class Severity { Ok, Note, Warning, Problem };
 const char* SeverityName(Severity severity);
@@ -120,22 +134,40 @@ std::wstring RunCommandExecutable(const std::wstring& command, bool& quoted, std
 // "2024-05-01 10:00:00 UTC" for milliseconds since 1970-01-01 UTC.
 std::string FormatUtc(long long milliseconds);
 
+// A safe fix of what a finding reports (see Repair.h). `from` and `to` are
+// key names, values or attributes, by action.
+struct Fix {
+    std::string area;
+    std::string key;     // the key of the findings it answers
+    std::string action;  // "rename-key", "set-value", "set-attributes", "rebuild-file", "remove-file",
+                         // "set-run-value", "remove-run-value"
+    std::wstring file;   // the file it changes, by its name in the profile (empty: the Run value)
+    std::wstring from;
+    std::wstring to;
+};
+
 struct Report {
     Snapshot snapshot;
     Context context;
     std::vector<Finding> findings;
+    std::vector<Fix> plan;  // each warning or problem without a fix says why not
 };
 
-std::string RenderJson(const Report& report);
-std::string RenderText(const Report& report);
+struct RepairResult;
 
-// Reads what `options` names (read-only) and judges it with the client
+// `repair`: the repair that was made before `report` was taken of its result.
+std::string RenderJson(const Report& report, const RepairResult* repair = nullptr);
+std::string RenderText(const Report& report, const RepairResult* repair = nullptr);
+
+// Reads what `request` names (read-only) and judges it with the client
 // libraries' country sets and the clock of now.
-Snapshot TakeSnapshot(const Options& options);
-Context MakeContext(const Options& options);
+Snapshot TakeSnapshot(const Request& request);
+Context MakeContext(const Request& request);
 
 // --inspect: prints the report on standard output. 0 once the report is out,
-// whatever it found; 1 when it could not be written.
-int RunInspect(const Options& options);
+// whatever it found; 1 when it could not be written. With a repair asked for,
+// the repair is made and the report is that of the repaired profile, headed
+// by the changes; 1 when the repair was refused (the reason on standard error).
+int RunInspect(const Request& request);
 
-}  // namespace host::inspect
+}  // namespace inspect

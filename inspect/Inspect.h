@@ -164,6 +164,10 @@ std::string RenderText(const Report& report, const RepairResult* repair = nullpt
 Snapshot TakeSnapshot(const Request& request);
 Context MakeContext(const Request& request);
 
+// TakeSnapshot, MakeContext, Inspect and the plan of fixes of what `request`
+// names.
+Report InspectProfile(const Request& request);
+
 // --inspect: prints the report on standard output. 0 once the report is out,
 // whatever it found; 1 when it could not be written. With a repair asked for,
 // the repair is made and the report is that of the repaired profile, headed

@@ -203,7 +203,9 @@ std::string BackupStamp() {
     return text;
 }
 
-Report Inspected(const Request& request) {
+}  // namespace
+
+Report InspectProfile(const Request& request) {
     Report report;
     report.snapshot = TakeSnapshot(request);
     report.context = MakeContext(request);
@@ -212,10 +214,8 @@ Report Inspected(const Request& request) {
     return report;
 }
 
-}  // namespace
-
 int RunInspect(const Request& request) {
-    Report report = Inspected(request);
+    Report report = InspectProfile(request);
     RepairResult repair;
     const bool repairing = request.repairInPlace || !request.repairTo.empty();
     if (repairing) {
@@ -239,7 +239,7 @@ int RunInspect(const Request& request) {
                                    : grs::PathJoin(repair.profile, cache.substr(cache.find_last_of(L"\\/") + 1));
         }
         if (after.exeDir.empty()) after.exeDir = report.snapshot.exeDir;
-        report = Inspected(after);
+        report = InspectProfile(after);
     }
     const RepairResult* made = repairing ? &repair : nullptr;
     const std::string text = request.json ? RenderJson(report, made) : RenderText(report, made);

@@ -1,7 +1,7 @@
 #pragma once
 
-// Fixtures shared by the host's tests: a folder's whole content and a Run key
-// of the test's own.
+// Fixtures shared by the host's tests: a good "Setting.ini", a folder's whole
+// content and a Run key of the test's own.
 
 #include <windows.h>
 
@@ -13,6 +13,21 @@
 #include "tests/common/TestSupport.h"
 
 namespace grs::test {
+
+// "Setting.ini" after a good start with start with Windows on.
+inline const std::string kSetting =
+    "[Setting]\r\nCheckTime=\r\nDiscreteTime=1440\r\nDmpUploadUrl=https://dmp.example\r\nErrorLimitingTime=\r\n"
+    "InstallLanguage=en-US\r\nIsAutoCheckUpdate=1\r\nIsAutoStartUp=1\r\nIsFirstStartUp=false\r\nIsGuidRun=0\r\n"
+    "IsJoinUserExperiencePlan=1\r\nIsOpenSyncGuide=0\r\nLanguage=en-US\r\nLogPingUrl=https://ping.example\r\n"
+    "NoticeCreateLink=1\r\nNoticeOMVersion=0\r\nPlatform=x64\r\nSapceOMVersion=0\r\nShowTabBar=0\r\n"
+    "Version=17.0.0.300\r\n";
+
+// `text` with the first `from` replaced by `to`.
+inline std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+    const size_t at = text.find(from);
+    if (at != std::string::npos) text.replace(at, from.size(), to);
+    return text;
+}
 
 // Every file under `folder` (relative name -> bytes and attributes).
 inline std::map<std::wstring, std::pair<std::string, DWORD>> FolderContents(const std::wstring& folder,

@@ -18,6 +18,7 @@
 #include "route/RouteDetail.h"
 #include "serverconfig/ServerRegion.h"
 #include "settings/SettingRules.h"
+#include "tests/host/HostFixtures.h"
 
 namespace {
 
@@ -27,11 +28,6 @@ constexpr long long kNow = 1700000000000;  // 2023-11-14 22:13:20 UTC
 const std::wstring kInstall = L"C:\\Program Files\\Qirent";
 const std::wstring kClient = kInstall + L"\\client.exe";
 
-std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-    const size_t at = text.find(from);
-    if (at != std::string::npos) text.replace(at, from.size(), to);
-    return text;
-}
 
 FileSnapshot File(const std::string& bytes, unsigned long attributes = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM) {
     FileSnapshot file;
@@ -42,12 +38,8 @@ FileSnapshot File(const std::string& bytes, unsigned long attributes = FILE_ATTR
     return file;
 }
 
-const std::string kSetting =
-    "[Setting]\r\nCheckTime=\r\nDiscreteTime=1440\r\nDmpUploadUrl=https://dmp.example\r\nErrorLimitingTime=\r\n"
-    "InstallLanguage=en-US\r\nIsAutoCheckUpdate=1\r\nIsAutoStartUp=1\r\nIsFirstStartUp=false\r\nIsGuidRun=0\r\n"
-    "IsJoinUserExperiencePlan=1\r\nIsOpenSyncGuide=0\r\nLanguage=en-US\r\nLogPingUrl=https://ping.example\r\n"
-    "NoticeCreateLink=1\r\nNoticeOMVersion=0\r\nPlatform=x64\r\nSapceOMVersion=0\r\nShowTabBar=0\r\n"
-    "Version=17.0.0.300\r\n";
+using grs::test::kSetting;
+using grs::test::Replaced;
 
 std::string SyncSetting() {
     const std::string root = "C:\\Users\\u\\Cloud\\Cache\\" + grs::Sha256Hex("user-1");

@@ -27,18 +27,8 @@ using grs::test::FolderContents;
 
 constexpr DWORD kAtRest = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
 
-const std::string kSetting =
-    "[Setting]\r\nCheckTime=\r\nDiscreteTime=1440\r\nDmpUploadUrl=https://dmp.example\r\nErrorLimitingTime=\r\n"
-    "InstallLanguage=en-US\r\nIsAutoCheckUpdate=1\r\nIsAutoStartUp=1\r\nIsFirstStartUp=false\r\nIsGuidRun=0\r\n"
-    "IsJoinUserExperiencePlan=1\r\nIsOpenSyncGuide=0\r\nLanguage=en-US\r\nLogPingUrl=https://ping.example\r\n"
-    "NoticeCreateLink=1\r\nNoticeOMVersion=0\r\nPlatform=x64\r\nSapceOMVersion=0\r\nShowTabBar=0\r\n"
-    "Version=17.0.0.300\r\n";
-
-std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-    const size_t at = text.find(from);
-    if (at != std::string::npos) text.replace(at, from.size(), to);
-    return text;
-}
+using grs::test::kSetting;
+using grs::test::Replaced;
 
 // A user's folders on disk: app-data, install folder, route cache, Run key.
 struct Case {
@@ -71,15 +61,6 @@ struct Case {
         return request;
     }
 };
-
-Report Inspected(const Request& request) {
-    Report report;
-    report.snapshot = TakeSnapshot(request);
-    report.context = MakeContext(request);
-    report.findings = Inspect(report.snapshot, report.context);
-    report.plan = PlanFixes(report.snapshot, report.context, report.findings);
-    return report;
-}
 
 // Every key of every section, by its name as written.
 std::map<std::wstring, std::wstring> Keys(const std::wstring& path) {
@@ -149,7 +130,7 @@ TEST(Repair, CopiesAreRepairedWithoutTouchingTheInputAndInspectClean) {
         Case c;
         row.prepare(c);
         const auto before = FolderContents(c.root.Path());
-        const Report first = Inspected(c.Asked(c.appData));
+        const Report first = InspectProfile(c.Asked(c.appData));
         EXPECT_EQ(Actions(first.plan), row.actions);
 
         Request request = c.Asked(c.appData);
@@ -168,7 +149,7 @@ TEST(Repair, CopiesAreRepairedWithoutTouchingTheInputAndInspectClean) {
         EXPECT_EQ(after, before);
 
         // Inspected again: only the Run value's fixes, kept for a repair in place.
-        const Report again = Inspected(c.Asked(request.repairTo));
+        const Report again = InspectProfile(c.Asked(request.repairTo));
         for (const Fix& fix : again.plan) EXPECT_TRUE(fix.file.empty()) << fix.action << " " << fix.key;
         for (const wchar_t* name : {L"Setting.ini", L"SyncSetting.ini"}) {
             const std::wstring path = request.repairTo + L"\\" + name;
@@ -202,7 +183,7 @@ TEST(Repair, InPlaceKeepsTheOriginalsInABackupAndSettlesTheRunValue) {
         const auto before = FolderContents(c.appData);
         Request request = c.Asked(c.appData);
         request.repairInPlace = true;
-        const Report first = Inspected(request);
+        const Report first = InspectProfile(request);
         const RepairResult made = Repair(request, first.snapshot, first.plan, "20240501-100000");
         ASSERT_FALSE(made.refused) << made.refusal;
         for (const Change& change : made.changes) EXPECT_TRUE(change.done) << change.fix.action << ": " << change.detail;
@@ -216,7 +197,7 @@ TEST(Repair, InPlaceKeepsTheOriginalsInABackupAndSettlesTheRunValue) {
             ASSERT_EQ(before.count(file.first), 1u) << grs::WideToUtf8(file.first);
             EXPECT_EQ(file.second.first, before.at(file.first).first) << grs::WideToUtf8(file.first);
         }
-        const Report again = Inspected(request);
+        const Report again = InspectProfile(request);
         EXPECT_TRUE(again.plan.empty()) << again.plan.front().action;
         for (const Finding& finding : again.findings)
             EXPECT_TRUE(finding.area != "StartWithWindows" || finding.severity < Severity::Warning) << finding.message;
@@ -236,7 +217,7 @@ TEST(Repair, RefusedWhileTheClientHoldsTheSettings) {
         Request request = c.Asked(c.appData);
         request.repairInPlace = inPlace;
         if (!inPlace) request.repairTo = c.root / L"Repaired";
-        const Report first = Inspected(request);
+        const Report first = InspectProfile(request);
         const RepairResult made = Repair(request, first.snapshot, first.plan, "20240501-100000");
         EXPECT_TRUE(made.refused);
         EXPECT_NE(made.refusal.find("\"Setting.ini\" is held"), std::string::npos) << made.refusal;
@@ -249,7 +230,7 @@ TEST(Repair, JsonCarriesThePlanAndTheChanges) {
     c.Write(L"Setting.ini", Replaced(kSetting, "SapceOMVersion=0", "SpaceOMVersion=0"));
     Request request = c.Asked(c.appData);
     request.repairTo = c.root / L"Repaired";
-    const Report first = Inspected(request);
+    const Report first = InspectProfile(request);
     const RepairResult made = Repair(request, first.snapshot, first.plan, "20240501-100000");
     Report shown = first;
     shown.findings.push_back(Finding{"ServerConfig", "ServerConfig", Severity::Problem, "broken"});

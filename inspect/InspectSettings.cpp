@@ -271,7 +271,7 @@ Verdict ValueVerdict(const SettingKey& key, const std::wstring& value, const Fac
     return verdict;
 }
 
-struct IniSpec {
+struct IniFileRules {
     const char* area;
     const wchar_t* fileName;
     const wchar_t* section;
@@ -280,9 +280,9 @@ struct IniSpec {
     const char* unknownKey;
 };
 
-void CheckIni(const IniSpec& spec, const FileSnapshot& file, const std::wstring& user, Findings& findings) {
+void CheckIni(const IniFileRules& fileRules, const FileSnapshot& file, const std::wstring& user, Findings& findings) {
     if (!file.exists) {
-        findings.Add("[file]", Severity::Note, spec.whenMissing);
+        findings.Add("[file]", Severity::Note, fileRules.whenMissing);
         return;
     }
     if (file.isFolder) {
@@ -307,22 +307,22 @@ void CheckIni(const IniSpec& spec, const FileSnapshot& file, const std::wstring&
     grs::IniEncoding encoding = grs::IniEncoding::Utf16Le;
     const std::wstring text = grs::DecodeIniBytes(file.bytes, encoding);
     CheckEncoding(file, encoding, findings);
-    const std::vector<std::wstring> sectionNames = CheckLines(text, spec.section, findings);
+    const std::vector<std::wstring> sectionNames = CheckLines(text, fileRules.section, findings);
 
     CIniFileW document;
     document.ParseText(text);
-    CheckOtherSections(document, sectionNames, spec.section, findings);
-    CIniFileW::Section* section = document.FindSection(spec.section);
+    CheckOtherSections(document, sectionNames, fileRules.section, findings);
+    CIniFileW::Section* section = document.FindSection(fileRules.section);
     if (section == nullptr) {
-        const std::string header = "[" + grs::WideToUtf8(spec.section) + "]";
+        const std::string header = "[" + grs::WideToUtf8(fileRules.section) + "]";
         findings.Add(header, Severity::Problem,
                      "no " + header + " section: every setting reads as empty (the next start adds it, with defaults)");
         return;
     }
 
-    Facts facts{&document, spec.section, user};
+    Facts facts{&document, fileRules.section, user};
     std::vector<const wchar_t*> known;
-    for (const SettingKey& key : spec.keys) {
+    for (const SettingKey& key : fileRules.keys) {
         known.push_back(key.name);
         const CIniFileW::Key* entry = section->FindKey(key.name);
         Verdict verdict;
@@ -336,38 +336,38 @@ void CheckIni(const IniSpec& spec, const FileSnapshot& file, const std::wstring&
         }
         findings.Add(key.name, verdict.severity, verdict.message);
     }
-    CheckUnknownKeys(*section, known, spec.unknownKey, findings);
+    CheckUnknownKeys(*section, known, fileRules.unknownKey, findings);
 }
 
-std::vector<Finding> InspectIni(const IniSpec& spec, const FileSnapshot& file,
+std::vector<Finding> InspectIni(const IniFileRules& fileRules, const FileSnapshot& file,
                                 const std::vector<std::wstring>& siblingNames, const std::wstring& user) {
-    Findings findings(spec.area);
-    CheckIni(spec, file, user, findings);
-    CheckStrayFiles(spec.fileName, siblingNames, findings);
+    Findings findings(fileRules.area);
+    CheckIni(fileRules, file, user, findings);
+    CheckStrayFiles(fileRules.fileName, siblingNames, findings);
     return findings.Take();
 }
 
 }  // namespace
 
 std::vector<Finding> InspectSettingIni(const FileSnapshot& file, const std::vector<std::wstring>& siblingNames) {
-    const IniSpec spec{kAreaSetting,
+    const IniFileRules fileRules{kAreaSetting,
                        readings::kSettingFileName,
                        readings::kSettingSection,
                        readings::SettingKeys(),
                        "not found: the next start creates it with defaults",
                        "not a key of this library (kept as it is; the upgrade component keeps its own keys here)"};
-    return InspectIni(spec, file, siblingNames, std::wstring());
+    return InspectIni(fileRules, file, siblingNames, std::wstring());
 }
 
 std::vector<Finding> InspectSyncSettingIni(const FileSnapshot& file, const std::vector<std::wstring>& siblingNames,
                                            const std::wstring& user) {
-    const IniSpec spec{kAreaSyncSetting,
+    const IniFileRules fileRules{kAreaSyncSetting,
                        readings::kSyncSettingFileName,
                        readings::kSyncSettingSection,
                        readings::SyncSettingKeys(),
                        "not found: every start writes it, the sync component reads it",
                        "not a key this library writes (kept as it is)"};
-    return InspectIni(spec, file, siblingNames, user);
+    return InspectIni(fileRules, file, siblingNames, user);
 }
 
 }  // namespace inspect

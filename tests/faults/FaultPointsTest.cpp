@@ -70,7 +70,7 @@ State Snapshot(const std::wstring& folder) {
             state[entry.cFileName] = ReadFileBytes(folder + L"\\" + entry.cFileName);
         } while (::FindNextFileW(find.get(), &entry));
     }
-    state[kRunEntry] = Narrow(RunValueText());
+    state[kRunEntry] = WideToUtf8(RunValueText());
     return state;
 }
 
@@ -191,10 +191,10 @@ protected:
                     const bool keptOld = present == nowKeys.end() ? was == oldKeys.end()
                                                                   : was != oldKeys.end() && present->second == was->second;
                     const bool isNew = present != nowKeys.end() && present->second == key.second;
-                    if (!keptOld && !isNew) problems.push_back("key " + key.first + " lost or mixed in " + Narrow(name));
+                    if (!keptOld && !isNew) problems.push_back("key " + key.first + " lost or mixed in " + WideToUtf8(name));
                 }
             } else if (now != old) {
-                problems.push_back(Narrow(name) + " holds neither its old nor its new content");
+                problems.push_back(WideToUtf8(name) + " holds neither its old nor its new content");
             }
         }
         if (!landed) {
@@ -349,7 +349,7 @@ const Operation kOperations[] = {
      [](FaultPoints& test) { IniFileHelper(test.SyncPath().c_str(), L"Mine").WriteIniKeyValue(L"B", L"2"); }},
     {"WriteIniKeyValueA", {"IniFileHelperA::WriteIniKeyValueA"}, Landing::WholeFiles, WriteSyncFile,
      [](FaultPoints& test) {
-         IniFileHelperA(Narrow(test.SyncPath()).c_str(), "Mine").WriteIniKeyValueA("B", "2");
+         IniFileHelperA(WideToUtf8(test.SyncPath()).c_str(), "Mine").WriteIniKeyValueA("B", "2");
      }},
     {"ReadIniValueByKeyTypeWString", {"IniFileHelper::ReadIniValueByKeyTypeWString"}, Landing::WholeFiles,
      WriteSyncFile,

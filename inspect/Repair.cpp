@@ -247,6 +247,10 @@ bool CopyInto(const std::wstring& from, const std::wstring& to, std::string& err
     // CopyFileW keeps the attributes; a hidden or read-only target in the
     // way is cleared first.
     ::SetFileAttributesW(to.c_str(), FILE_ATTRIBUTE_NORMAL);
+    // The route cache may sit in a subfolder of the profile (the stand-in's
+    // default): its folder in the copy is made first.
+    const size_t slash = to.find_last_of(L"\\/");
+    if (slash != std::wstring::npos) grs::CreateFolderTree(to.substr(0, slash));
     if (::CopyFileW(from.c_str(), to.c_str(), FALSE)) return true;
     error = "cannot copy " + grs::WideToUtf8(from) + " to " + grs::WideToUtf8(to) + " (error " +
             std::to_string(::GetLastError()) + ")";

@@ -25,7 +25,10 @@ if(NOT IS_DIRECTORY "${GRS_GCC_DIR}/include/c++")
 endif()
 set(GRS_CLANG_FLAGS "--sysroot=/usr/${GRS_MINGW_TRIPLE} -B${GRS_GCC_DIR}")
 set(CMAKE_C_FLAGS_INIT "${GRS_CLANG_FLAGS}")
-set(CMAKE_CXX_FLAGS_INIT "${GRS_CLANG_FLAGS} -nostdinc++ -isystem ${GRS_GCC_DIR}/include/c++ -isystem ${GRS_GCC_DIR}/include/c++/${GRS_MINGW_TRIPLE} -isystem ${GRS_GCC_DIR}/include/c++/backward")
+# GCC's mingw target predefines __GXX_TYPEINFO_EQUALITY_INLINE=0 and its
+# libstdc++ was built so (type_info::operator== out of line); clang does not,
+# and its inline copy then clashes with libstdc++'s at link time.
+set(CMAKE_CXX_FLAGS_INIT "${GRS_CLANG_FLAGS} -nostdinc++ -isystem ${GRS_GCC_DIR}/include/c++ -isystem ${GRS_GCC_DIR}/include/c++/${GRS_MINGW_TRIPLE} -isystem ${GRS_GCC_DIR}/include/c++/backward -D__GXX_TYPEINFO_EQUALITY_INLINE=0")
 # GCC's posix-threads driver links winpthreads by itself; clang's does so
 # with -pthread, inside the group with libgcc (whose TLS emulation needs it).
 set(GRS_MINGW_LINKER_FLAGS "-fuse-ld=lld -pthread -L${GRS_GCC_DIR}")

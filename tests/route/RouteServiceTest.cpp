@@ -36,7 +36,9 @@ std::wstring CacheText(const std::wstring& country, long long ageMs,
 class RouteService : public ::testing::Test {
 protected:
     void SetUp() override {
-        ClientStandIn::SetHttpTimeouts(1000, 1000, 1000, 1000);
+        // Generous: every server here answers or drops at once, and a short
+        // receive timeout turns a busy machine's slow 8 MiB answer into retries.
+        ClientStandIn::SetHttpTimeouts(30000, 30000, 30000, 30000);
         ClientStandIn::SetText(Text::CurrentCountryCode, L"CN");
         StartServers();
     }

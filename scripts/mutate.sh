@@ -44,7 +44,7 @@ core	core/PathUtil.cpp	    if (path.size() >= MAX_PATH && path.find(L"\\\\?\\") 
 core	core/IniFile.cpp	        if (x >= 'A' && x <= 'Z') x += 'a' - 'A';	        if (x > 'A' && x <= 'Z') x += 'a' - 'A';
 core	core/IniFile.cpp	        if (x != y) return x < y;	        if (x != y) return x > y;
 core	core/IniFile.cpp	        text = FromUtf16Le(bytes.data() + 2, (bytes.size() - 2) / 2);	        text = FromUtf16Le(bytes.data() + 2, (bytes.size() - 3) / 2);
-core	core/IniFile.cpp	    } else if (!IsAscii(bytes) && DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text)) {	    } else if (DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text)) {
+core	core/IniFile.cpp	    } else if (!grs::IsAscii(bytes) && DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text)) {	    } else if (DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text)) {
 core	core/IniText.h	    while (end > begin && IsBlank(text[end - 1])) --end;	    while (end > begin + 1 && IsBlank(text[end - 1])) --end;
 core	core/IniText.h	        if (last > 1 && text[last - 1] == Char(']')) {	        if (last > 2 && text[last - 1] == Char(']')) {
 core	core/FileIo.cpp	        if (content.size() + read > maxBytes) return ReadFileResult::TooLarge;	        if (content.size() + read >= maxBytes) return ReadFileResult::TooLarge;
@@ -74,7 +74,7 @@ settings	settings/SettingRules.cpp	    if (limit == -1) limit = 0;	    if (limit
 settings	settings/SettingRules.cpp	    return text.empty() || text == L"0";	    return text == L"0";
 settings	settings/SettingRules.h	    return fileValue != L"1";	    return fileValue == L"1";
 settings	settings/SettingRules.h	        plan.writeFile = true;	        plan.writeFile = false;
-settings	settings/StartupState.cpp	    if (built.size() > kCommandBufferChars - 1) return false;	    if (built.size() > kCommandBufferChars) return false;
+settings	settings/SettingRules.cpp	    if (built.size() > kRunCommandBufferChars - 1) return false;	    if (built.size() > kRunCommandBufferChars) return false;
 settings	settings/GeneralSettings.cpp	        ClientInitialize::RegisterStartingIsOpen(plan.registration == RunRegistration::Register);	        ClientInitialize::RegisterStartingIsOpen(plan.registration != RunRegistration::Unregister);
 settings	settings/SyncSettings.cpp	    const bool separated = !cacheFolder.empty() && cacheFolder.back() == L'\\';	    const bool separated = !cacheFolder.empty() && cacheFolder.back() != L'\\';
 userprops	userprops/UserPropertyRules.cpp	    return platformId == 2 && major >= 10 && build >= 16299;	    return platformId == 2 && major >= 10 && build > 16299;

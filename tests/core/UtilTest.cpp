@@ -1,10 +1,13 @@
-// Text conversion, number parsing, hashing and placeholder classification.
+// Text conversion, number parsing, bounded copies, path text, hashing and
+// placeholder classification.
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
+#include <cwchar>
 #include <limits>
 #include <string>
+#include <utility>
 
 #include "core/HashUtil.h"
 #include "core/PathUtil.h"
@@ -67,6 +70,51 @@ TEST(ParseDecimalInt64, StrictRules) {
             << '"' << text << '"';
         EXPECT_EQ(value, c.value) << '"' << text << '"';
     }
+}
+
+// Like wcscpy_s: a text fits with its terminator or leaves an empty field;
+// nothing past the capacity is written. The whole buffer of eight, '#' where
+// nothing was written.
+TEST(CopyToField, FitsWithItsTerminatorOrLeavesAnEmptyField) {
+    const struct {
+        std::wstring text;
+        size_t capacity;
+        bool copied;
+        std::wstring buffer;
+    } cases[] = {
+        {L"abc", 4, true, {L"abc\0####", 8}},
+        {L"abcd", 4, false, {L"\0#######", 8}},  // no room for the terminator
+        {L"", 1, true, {L"\0#######", 8}},
+        {{L"ab\0cdef", 7}, 3, true, {L"ab\0#####", 8}},  // stops at the first NUL
+        {L"a", 0, false, L"########"},                   // no field: untouched
+    };
+    for (const auto& c : cases) {
+        wchar_t buffer[8];
+        std::wmemset(buffer, L'#', 8);
+        EXPECT_EQ(grs::CopyToField(buffer, c.capacity, c.text), c.copied) << grs::WideToUtf8(c.text);
+        EXPECT_EQ(std::wstring(buffer, 8), c.buffer) << grs::WideToUtf8(c.text);
+    }
+}
+
+TEST(PathText, DirectoryPartAndExtendedPrefix) {
+    const std::pair<const wchar_t*, const wchar_t*> directories[] = {
+        {L"C:\\a\\b.exe", L"C:\\a\\"}, {L"C:\\a", L"C:\\"},       {L"C:\\a\\", L"C:\\a\\"},
+        {L"C:\\", L"C:\\"},            {L"name", L"name"},        {L"", L""},
+        {L"C:\\a/b", L"C:\\"}};  // only a backslash separates
+    for (const auto& d : directories) EXPECT_EQ(grs::DirectoryWithSeparator(d.first), d.second) << grs::WideToUtf8(d.first);
+
+    const auto pathOf = [](size_t length) { return L"C:\\" + std::wstring(length - 3, L'x'); };
+    const struct {
+        std::wstring path;
+        bool prefixed;
+    } prefixes[] = {
+        {pathOf(259), false},
+        {pathOf(260), true},  // MAX_PATH already needs the long form: no room for the terminator
+        {pathOf(300), true},
+        {L"\\\\?\\" + pathOf(300), false},
+    };
+    for (const auto& p : prefixes)
+        EXPECT_EQ(grs::WithExtendedPrefix(p.path), p.prefixed ? L"\\\\?\\" + p.path : p.path) << p.path.size();
 }
 
 TEST(TextConversion, EmptyInputFailsInvalidInputIsReplaced) {

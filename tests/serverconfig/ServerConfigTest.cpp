@@ -228,6 +228,8 @@ TEST_F(ServerConfigFiles, HostileFilesFailSafely) {
         {"duplicate key", "{\"cn\":{\"zrv\":\"a\",\"zrv\":\"b\"}}", L"b", 0, {}},
         {"duplicate region", "{\"cn\":{\"zrv\":\"a\"},\"cn\":{\"zrv\":\"b\"}}", L"b", 0, {}},
         {"later region not an object", "{\"cn\":{\"zrv\":\"a\"},\"cn\":[]}", nullptr, 0, {}},
+        {"later region without the key", "{\"cn\":{\"zrv\":\"a\"},\"cn\":{\"gw\":\"g\"}}", L"", 0, {}},
+        {"another region after it", "{\"cn\":{\"zrv\":\"a\"},\"dr2\":{\"zrv\":\"b\",\"gw\":1}}", L"a", 0, {}},
         {"escapes and non-ASCII", "{\"cn\":{\"zrv\":\"\\u00e9\xE4\xB8\xAD\\/\"}}", L"\x00e9\x4e2d/", 0, {}},
     };
     SetCountry(L"CN");

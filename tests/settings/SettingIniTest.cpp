@@ -37,7 +37,8 @@ TEST_F(SettingIni, GetSettingsKeepsTheClientsReadings) {
         unsigned long long errorTime;
     } rows[] = {{"True", "true", "", true, false, 0}, {"yes", "1", "", false, true, 1},
                 {"TRUE", "-1", "", true, true, 0},    {"false", " 12abc", "", false, true, 12},
-                {"1", "", "", true, false, 0},        {"true", "7", "5", true, true, 0}};
+                {"1", "", "", true, false, 0},        {"true", "7", "5", true, true, 0},
+                {"1", "-5", "", true, true, 18446744073709551611ull}};  // only -1 is taken for 0
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.autoCheck) + "/" + row.plan + "/" + row.errorLimit);
         ClientStandIn::Reset();

@@ -55,6 +55,8 @@ TEST(ReadWholeFile, SaysWhyNothingWasRead) {
         {"held without read sharing", path, 4, FILE_SHARE_WRITE | FILE_SHARE_DELETE, ReadFileResult::CannotOpen,
          ERROR_SHARING_VIOLATION},
         {"one byte over the limit", path, 3, 0xFF, ReadFileResult::TooLarge, 0},
+        // A device opens like a file, but reading it could block.
+        {"a device", L"NUL", 4, 0xFF, ReadFileResult::CannotOpen, ERROR_INVALID_FUNCTION},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

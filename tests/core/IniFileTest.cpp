@@ -146,7 +146,8 @@ TEST(CIniFileW, LoadsAnyFileAndSavesInTheEncodingItRead) {
         E encoding;
         std::wstring value;  // of S/k; "*": depends on the code page
         bool sameBytes;
-        std::wstring set;  // assigned to S/k before the save; the file then reads back as UTF-16
+        std::wstring set;  // assigned to S/k before the save
+        E setEncoding = E::Utf16Le;  // what the file then reads back as
     } cases[] = {
         {"utf-16", Bytes("\xFF\xFE[\0S\0]\0\n\0k\0=\0-\0\x2D\x4E\n\0"), E::Utf16Le, L"-\u4e2d", true},
         {"utf-8 bom", "\xEF\xBB\xBF[S]\nk=\xC3\xA9\n", E::Utf8Bom, L"\u00e9", true},
@@ -161,6 +162,9 @@ TEST(CIniFileW, LoadsAnyFileAndSavesInTheEncodingItRead) {
         {"megabyte line", "[S]\nk=v\n" + std::string(1 << 20, '['), E::AnsiCodePage, L"v", false},
         {"utf-8, a lone surrogate set", "[S]\nk=\xC3\xA9\n", E::Utf8, L"\u00e9", false, loneHigh},
         {"utf-8 bom, a lone surrogate set", "\xEF\xBB\xBF[S]\nk=v\n", E::Utf8Bom, L"v", false, L"a" + loneLow},
+        // A character outside the basic plane is a surrogate pair, which UTF-8 carries.
+        {"utf-8, a surrogate pair set", "[S]\nk=\xC3\xA9\n", E::Utf8, L"\u00e9", false, loneHigh + loneLow + L"a" + loneHigh + loneLow,
+         E::Utf8},
     };
     TempFolder folder;
     const std::wstring path = folder / L"any.ini";
@@ -176,7 +180,7 @@ TEST(CIniFileW, LoadsAnyFileAndSavesInTheEncodingItRead) {
         if (c.set.empty()) continue;
         CIniFileW back;
         ASSERT_EQ(back.Load(path), 1) << c.name;
-        EXPECT_EQ(back.Encoding(), E::Utf16Le) << c.name;
+        EXPECT_EQ(back.Encoding(), c.setEncoding) << c.name;
         EXPECT_EQ(back.GetValue(L"S", L"k", L""), c.set) << c.name;
     }
     EXPECT_FALSE(HasTemporaryFile(folder.Path()));

@@ -2,6 +2,7 @@
 
 #include <openssl/sha.h>
 
+#include <cstddef>
 #include <cstdio>
 
 #include "core/TextUtil.h"
@@ -24,7 +25,7 @@ std::string Sha256Hex(const std::string& data) {
     SHA256_Final(digest, &context);
 
     std::string hex;
-    hex.reserve(2 * SHA256_DIGEST_LENGTH);
+    hex.reserve(std::size_t{2} * SHA256_DIGEST_LENGTH);
     for (unsigned char byte : digest) {
         char pair[3] = {};
         std::snprintf(pair, sizeof pair, "%02x", byte);

@@ -82,11 +82,7 @@ IniFileHelper::IniFileHelper(const wchar_t* filePath, const wchar_t* section)
 
 IniFileHelper::~IniFileHelper() = default;
 
-IniFileHelper& IniFileHelper::operator=(const IniFileHelper& other) {
-    m_filePath = other.m_filePath;
-    m_section = other.m_section;
-    return *this;
-}
+IniFileHelper& IniFileHelper::operator=(const IniFileHelper& other) = default;
 
 void IniFileHelper::WriteIniKeyValue(std::wstring key, std::wstring value) {
     grs::Guarded(__LINE__, kWriteIniKeyValue,
@@ -112,11 +108,7 @@ IniFileHelperA::IniFileHelperA(const char* filePath, const char* section) : m_fi
 
 IniFileHelperA::~IniFileHelperA() = default;
 
-IniFileHelperA& IniFileHelperA::operator=(const IniFileHelperA& other) {
-    m_filePath = other.m_filePath;
-    m_section = other.m_section;
-    return *this;
-}
+IniFileHelperA& IniFileHelperA::operator=(const IniFileHelperA& other) = default;
 
 void IniFileHelperA::WriteIniKeyValueA(std::string key, std::string value) {
     grs::Guarded(__LINE__, kWriteIniKeyValueA,

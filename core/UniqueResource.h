@@ -59,7 +59,8 @@ struct HandleTraits {
     using Handle = H;
     static Handle Invalid() noexcept {
         if constexpr (std::is_pointer_v<H>) {
-            return reinterpret_cast<Handle>(InvalidValue);
+            // The platform defines INVALID_HANDLE_VALUE as this very cast.
+            return reinterpret_cast<Handle>(InvalidValue);  // NOLINT(performance-no-int-to-ptr)
         } else {
             return static_cast<Handle>(InvalidValue);
         }

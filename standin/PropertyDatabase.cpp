@@ -3,6 +3,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 
@@ -74,17 +76,22 @@ sqlite3* Connection(Database& db) {
     return db.connection.get();
 }
 
-Statement Prepare(sqlite3* connection, const char* sql) {
+void Bind(sqlite3_stmt* statement, int index, const std::wstring& text) {
+    sqlite3_bind_text16(statement, index, text.c_str(), static_cast<int>(text.size() * sizeof(wchar_t)),
+                        SQLITE_TRANSIENT);
+}
+
+// Prepares `sql` with `texts` bound to ?1, ?2, ...; empty when the connection
+// or the statement fails.
+Statement Prepare(sqlite3* connection, const char* sql,
+                  std::initializer_list<std::reference_wrapper<const std::wstring>> texts) {
     Statement statement;
     if (connection == nullptr || sqlite3_prepare_v2(connection, sql, -1, statement.put(), nullptr) != SQLITE_OK) {
         return Statement();
     }
+    int index = 1;
+    for (const std::wstring& text : texts) Bind(statement.get(), index++, text);
     return statement;
-}
-
-void Bind(sqlite3_stmt* statement, int index, const std::wstring& text) {
-    sqlite3_bind_text16(statement, index, text.c_str(), static_cast<int>(text.size() * sizeof(wchar_t)),
-                        SQLITE_TRANSIENT);
 }
 
 std::wstring Column(sqlite3_stmt* statement, int index) {
@@ -94,37 +101,40 @@ std::wstring Column(sqlite3_stmt* statement, int index) {
                 : std::wstring();
 }
 
-std::wstring CurrentUser() {
-    return AccountSession::GetInstance()->GetCurrentUserID();
+// Runs `work(connection, user)` for the current user under the database's
+// lock; like the client's provider, a failure gives `fallback`, never a throw.
+template <typename Result, typename Work>
+Result ForCurrentUser(Result fallback, Work work) {
+    try {
+        const std::wstring user = AccountSession::GetInstance()->GetCurrentUserID();
+        Database& db = Db();
+        std::lock_guard<std::mutex> lock(db.mutex);
+        return work(Connection(db), user);
+    } catch (...) {
+    }
+    return fallback;
 }
 
 // Inserts or replaces one row; the row keeps its place when it existed.
 bool Upsert(sqlite3* connection, const std::wstring& user, const std::wstring& key, const std::wstring& value) {
     Statement statement = Prepare(connection,
                                   "INSERT INTO user_properties(user_id, key, value) VALUES(?1, ?2, ?3) "
-                                  "ON CONFLICT(user_id, key) DO UPDATE SET value = excluded.value");
-    if (!statement) return false;
-    Bind(statement.get(), 1, user);
-    Bind(statement.get(), 2, key);
-    Bind(statement.get(), 3, value);
-    return sqlite3_step(statement.get()) == SQLITE_DONE;
+                                  "ON CONFLICT(user_id, key) DO UPDATE SET value = excluded.value",
+                                  {user, key, value});
+    return statement && sqlite3_step(statement.get()) == SQLITE_DONE;
 }
 
 // Runs `work` for the current user in one transaction: all of it or nothing.
 template <typename Work>
 void InTransaction(Work work) {
-    try {
-        const std::wstring user = CurrentUser();
-        Database& db = Db();
-        std::lock_guard<std::mutex> lock(db.mutex);
-        sqlite3* connection = Connection(db);
+    ForCurrentUser(false, [&work](sqlite3* connection, const std::wstring& user) {
         if (connection == nullptr ||
             sqlite3_exec(connection, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK)
-            return;
+            return false;
         const bool ok = work(connection, user);
         sqlite3_exec(connection, ok ? "COMMIT" : "ROLLBACK", nullptr, nullptr, nullptr);
-    } catch (...) {
-    }
+        return ok;
+    });
 }
 
 }  // namespace
@@ -133,66 +143,41 @@ namespace PropertyDb::MainDatabaseProvider {
 
 std::vector<UserProperties> GetAllUserProperties() {
     const CallTimer timer;
-    std::vector<UserProperties> rows;
-    try {
-        const std::wstring user = CurrentUser();
-        Database& db = Db();
-        std::lock_guard<std::mutex> lock(db.mutex);
+    return ForCurrentUser(std::vector<UserProperties>(), [](sqlite3* connection, const std::wstring& user) {
+        std::vector<UserProperties> rows;
         Statement statement =
-            Prepare(Connection(db), "SELECT key, value FROM user_properties WHERE user_id = ?1 ORDER BY seq");
-        if (!statement) return rows;
-        Bind(statement.get(), 1, user);
-        while (sqlite3_step(statement.get()) == SQLITE_ROW) {
+            Prepare(connection, "SELECT key, value FROM user_properties WHERE user_id = ?1 ORDER BY seq", {user});
+        while (statement && sqlite3_step(statement.get()) == SQLITE_ROW) {
             rows.push_back({Column(statement.get(), 0), Column(statement.get(), 1)});
         }
-    } catch (...) {
-    }
-    return rows;
+        return rows;
+    });
 }
 
 std::wstring GetUserPropertieByKey(const std::wstring& key) {
     const CallTimer timer;
-    try {
-        const std::wstring user = CurrentUser();
-        Database& db = Db();
-        std::lock_guard<std::mutex> lock(db.mutex);
+    return ForCurrentUser(std::wstring(), [&key](sqlite3* connection, const std::wstring& user) {
         Statement statement =
-            Prepare(Connection(db), "SELECT value FROM user_properties WHERE user_id = ?1 AND key = ?2");
-        if (!statement) return std::wstring();
-        Bind(statement.get(), 1, user);
-        Bind(statement.get(), 2, key);
-        if (sqlite3_step(statement.get()) == SQLITE_ROW) return Column(statement.get(), 0);
-    } catch (...) {
-    }
-    return std::wstring();
+            Prepare(connection, "SELECT value FROM user_properties WHERE user_id = ?1 AND key = ?2", {user, key});
+        return statement && sqlite3_step(statement.get()) == SQLITE_ROW ? Column(statement.get(), 0)
+                                                                        : std::wstring();
+    });
 }
 
 void UpdateUserProperties(const std::wstring& key, const std::wstring& value) {
     const CallTimer timer;
-    try {
-        const std::wstring user = CurrentUser();
-        Database& db = Db();
-        std::lock_guard<std::mutex> lock(db.mutex);
-        Statement statement =
-            Prepare(Connection(db), "UPDATE user_properties SET value = ?3 WHERE user_id = ?1 AND key = ?2");
-        if (!statement) return;
-        Bind(statement.get(), 1, user);
-        Bind(statement.get(), 2, key);
-        Bind(statement.get(), 3, value);
-        sqlite3_step(statement.get());
-    } catch (...) {
-    }
+    ForCurrentUser(false, [&key, &value](sqlite3* connection, const std::wstring& user) {
+        Statement statement = Prepare(
+            connection, "UPDATE user_properties SET value = ?3 WHERE user_id = ?1 AND key = ?2", {user, key, value});
+        return statement && sqlite3_step(statement.get()) == SQLITE_DONE;
+    });
 }
 
 void InsertUserProperties(const std::wstring& key, const std::wstring& value) {
     const CallTimer timer;
-    try {
-        const std::wstring user = CurrentUser();
-        Database& db = Db();
-        std::lock_guard<std::mutex> lock(db.mutex);
-        Upsert(Connection(db), user, key, value);
-    } catch (...) {
-    }
+    ForCurrentUser(false, [&key, &value](sqlite3* connection, const std::wstring& user) {
+        return Upsert(connection, user, key, value);
+    });
 }
 
 void InsertUserProperties(std::vector<UserProperties>& properties) {
@@ -207,10 +192,8 @@ void InsertUserProperties(std::vector<UserProperties>& properties) {
 void DeleteAllUserProperties() {
     const CallTimer timer;
     InTransaction([](sqlite3* connection, const std::wstring& user) {
-        Statement statement = Prepare(connection, "DELETE FROM user_properties WHERE user_id = ?1");
-        if (!statement) return false;
-        Bind(statement.get(), 1, user);
-        return sqlite3_step(statement.get()) == SQLITE_DONE;
+        Statement statement = Prepare(connection, "DELETE FROM user_properties WHERE user_id = ?1", {user});
+        return statement && sqlite3_step(statement.get()) == SQLITE_DONE;
     });
 }
 

@@ -9,7 +9,9 @@
 #include "globalrootservice/GlobalRootServiceExport.h"
 #include "globalrootservice/ServerConfigHelper.h"
 
-struct HWND__;  // HWND without <windows.h>
+// HWND without <windows.h>: the platform's own tag name, reserved because it is
+// the platform's.
+struct HWND__;  // NOLINT(bugprone-reserved-identifier)
 
 class GLOBALROOTSERVICE_API GlobalParameter {
 public:
@@ -20,7 +22,7 @@ public:
     bool InitializePara();
 
     // The client's mask window; this library never touches it.
-    static HWND__* g_backMaskHWND;
+    static HWND__* g_backMaskHWND;  // NOLINT(bugprone-reserved-identifier)
 
     ServerConfigHelper m_serverConfigHelper;
     int m_nReserved;

@@ -15,7 +15,8 @@ class GLOBALROOTSERVICE_API IniFileHelper {
 public:
     // Creates an empty file at `filePath` when none exists.
     IniFileHelper(const wchar_t* filePath, const wchar_t* section);
-    ~IniFileHelper();
+    // Defined in the DLL, which exports it: clients built against it call it.
+    ~IniFileHelper();  // NOLINT(performance-trivially-destructible)
     IniFileHelper& operator=(const IniFileHelper& other);
 
     void WriteIniKeyValue(std::wstring key, std::wstring value);
@@ -34,7 +35,7 @@ private:
 class GLOBALROOTSERVICE_API IniFileHelperA {
 public:
     IniFileHelperA(const char* filePath, const char* section);
-    ~IniFileHelperA();
+    ~IniFileHelperA();  // NOLINT(performance-trivially-destructible): exported, as above
     IniFileHelperA& operator=(const IniFileHelperA& other);
 
     void WriteIniKeyValueA(std::string key, std::string value);

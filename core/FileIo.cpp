@@ -123,14 +123,35 @@ public:
     TemporaryFile() = default;
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
-    ~TemporaryFile() {
-        if (!m_file) return;
+    ~TemporaryFile() { static_cast<void>(Remove()); }
+
+    // Removes the file unless it was moved; ERROR_SUCCESS, or the Win32 error
+    // of the delete when the file stays.
+    DWORD Remove() {
+        if (!m_file) return ERROR_SUCCESS;
         FILE_DISPOSITION_INFO remove = {};
         remove.DeleteFile = TRUE;
         const bool marked =
             ::SetFileInformationByHandle(m_file.get(), FileDispositionInfo, &remove, sizeof remove) != FALSE;
         m_file.reset();
-        if (!marked) ::DeleteFileW(m_path.c_str());
+        if (marked || ::DeleteFileW(m_path.c_str())) return ERROR_SUCCESS;
+        const DWORD error = ::GetLastError();
+        return error == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : error;
+    }
+
+    // A failed save: the result of `step`, with the temporary file removed or
+    // reported as left.
+    SaveResult Fail(SaveStep step, DWORD error) {
+        SaveResult result = Failure(step, error);
+        NoteRemoval(result);
+        return result;
+    }
+
+    void NoteRemoval(SaveResult& result) {
+        const DWORD error = Remove();
+        if (error == ERROR_SUCCESS) return;
+        result.temporaryLeft = m_path;
+        result.temporaryError = error;
     }
 
     bool Create(const std::wstring& target) {
@@ -140,8 +161,9 @@ public:
         m_file = Open(CREATE_ALWAYS);
         const DWORD error = ::GetLastError();
         if (m_file) {
-            // It was there already: a save was killed, maybe more than one.
-            if (error == ERROR_ALREADY_EXISTS) RemoveStaleTemporaries(target, m_path);
+            // Left by a killed save, or by a failed one that could not remove
+            // its file, under this name or a unique one.
+            RemoveStaleTemporaries(target, m_path);
             return true;
         }
         if (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED) return false;
@@ -242,19 +264,24 @@ SaveResult ReplaceFileContent(const std::wstring& path, const std::string& bytes
 
     TemporaryFile temporary;
     if (!temporary.Create(path)) return Failure(SaveStep::CreateTemporary, ::GetLastError());
-    if (!WriteAll(temporary.Handle(), bytes)) return Failure(SaveStep::WriteTemporary, ::GetLastError());
-    if (!::FlushFileBuffers(temporary.Handle())) return Failure(SaveStep::FlushTemporary, ::GetLastError());
+    if (!WriteAll(temporary.Handle(), bytes)) return temporary.Fail(SaveStep::WriteTemporary, ::GetLastError());
+    if (!::FlushFileBuffers(temporary.Handle())) return temporary.Fail(SaveStep::FlushTemporary, ::GetLastError());
 
     DWORD refused = ERROR_SUCCESS;
     for (int attempt = 1; attempt <= kReplaceAttempts; ++attempt) {
         refused = temporary.MoveOver(path);
         if (refused == ERROR_SUCCESS) return SaveResult();
-        if (!HeldByAnotherHandle(refused)) return Failure(SaveStep::ReplaceTarget, refused);
+        if (!HeldByAnotherHandle(refused)) return temporary.Fail(SaveStep::ReplaceTarget, refused);
         if (attempt < kReplaceAttempts) ::Sleep(kReplacePauseMs);
     }
     SaveResult result = RewriteInPlace(path, bytes);
     result.refusedReplace = refused;
+    temporary.NoteRemoval(result);
     return result;
+}
+
+void RemoveLeftTemporaries(const std::wstring& path) {
+    RemoveStaleTemporaries(path, std::wstring());
 }
 
 }  // namespace grs

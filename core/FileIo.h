@@ -64,6 +64,11 @@ struct SaveResult {
     // were written back, and the Win32 error when that failed too.
     bool restoreTried = false;
     unsigned long restoreError = 0;
+    // A temporary file that neither its handle nor a delete could remove (a
+    // failed save, or one rewritten in place): its path and the Win32 error
+    // of the delete. The next save of the target removes it.
+    std::wstring temporaryLeft;
+    unsigned long temporaryError = 0;
 
     bool Succeeded() const { return failedStep == SaveStep::None; }
     bool RewrittenInPlace() const { return Succeeded() && refusedReplace != 0; }
@@ -71,10 +76,16 @@ struct SaveResult {
 
 // Saves `bytes` as the whole content of `path` (see the guarantees above).
 // The written file has normal attributes. On failure the target keeps its old
-// content and no temporary file is left. An in-place write that fails puts
+// content and no temporary file is left, unless removing it failed too
+// (temporaryLeft). An in-place write that fails puts
 // the bytes it replaced back (restoreTried, restoreError); only when that
 // fails as well can the target be left partial. A read-only target is
 // refused.
 [[nodiscard]] SaveResult ReplaceFileContent(const std::wstring& path, const std::string& bytes);
+
+// Removes the temporary files that earlier saves of `path` left behind
+// ("<path>~*.tmp"), for a save that finds nothing to write. A save running
+// elsewhere holds its own without sharing, so it is never taken away.
+void RemoveLeftTemporaries(const std::wstring& path);
 
 }  // namespace grs

@@ -344,13 +344,13 @@ int CIniFileW::Save(const std::wstring& path) {
         }
         IniEncoding encoding = m_encoding;
         std::string bytes = Encode(text, encoding);
-        // The same bytes to the same file: the write, the flush and the
-        // replace are skipped. Safe: the file held exactly these bytes when
-        // this document read (or wrote) it. If another writer has replaced it
-        // since, writing them again would undo that newer change; skipping
-        // leaves the file as if this save had come first. Either way nobody's
-        // change is lost, and a start on an unchanged file writes nothing.
-        if (bytes == m_fileBytes && !m_filePath.empty() && ::_wcsicmp(path.c_str(), m_filePath.c_str()) == 0) return 1;
+        // The same bytes to the same file: nothing is written. Safe: the file held exactly these bytes when this
+        // document read (or wrote) it, and writing them again would undo a newer change by another writer. A start
+        // on an unchanged file writes nothing; what an earlier failed save could not remove goes all the same.
+        const bool unchanged =
+            bytes == m_fileBytes && !m_filePath.empty() && ::_wcsicmp(path.c_str(), m_filePath.c_str()) == 0;
+        if (unchanged) grs::RemoveLeftTemporaries(path);
+        if (unchanged) return 1;
         const grs::SaveResult saved = m_lastSave = grs::ReplaceFileContent(path, bytes);
         if (!saved.Succeeded()) {
             std::string message = "Not saved: step " + std::string(grs::SaveStepName(saved.failedStep)) + " (" +
@@ -359,13 +359,19 @@ int CIniFileW::Save(const std::wstring& path) {
             if (saved.refusedReplace != 0)
                 message += " after the replace was refused with error " + std::to_string(saved.refusedReplace);
             grs::log::Error(__LINE__, kSave, message + ": " + grs::WideToUtf8(path));
-            return 0;
         }
+        // A failed save, or one rewritten in place, may also leave its temporary file: reported below.
         if (saved.RewrittenInPlace()) {
             grs::log::Info(__LINE__, kSave,
                            L"Rewritten in place: another handle holds the file, replace refused with error " +
                                std::to_wstring(saved.refusedReplace) + L": " + path);
         }
+        if (!saved.temporaryLeft.empty()) {
+            grs::log::Error(__LINE__, kSave,
+                            L"Temporary file left until the next save, removing it failed with error " +
+                                std::to_wstring(saved.temporaryError) + L": " + saved.temporaryLeft);
+        }
+        if (!saved.Succeeded()) return 0;
         m_encoding = encoding;
         m_filePath = path;
         m_fileBytes.swap(bytes);

@@ -62,12 +62,18 @@ bool PathExists(const std::wstring& path) {
     return !path.empty() && ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
+bool IsNoSuchEntry(unsigned long error) {
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
 PathPresence ProbePath(const std::wstring& path) {
     if (path.empty()) return PathPresence::Missing;
     if (::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return PathPresence::Present;
-    const DWORD error = ::GetLastError();
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? PathPresence::Missing
-                                                                          : PathPresence::Unknown;
+    return IsNoSuchEntry(::GetLastError()) ? PathPresence::Missing : PathPresence::Unknown;
+}
+
+bool IsEndOfListing(unsigned long error) {
+    return error == ERROR_NO_MORE_FILES || IsNoSuchEntry(error);
 }
 
 std::wstring HostExecutablePath() {

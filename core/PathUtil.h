@@ -48,6 +48,14 @@ bool PathExists(const std::wstring& path);
 enum class PathPresence { Present, Missing, Unknown };
 PathPresence ProbePath(const std::wstring& path);
 
+// The error says there is no such file or folder (and no more than that).
+bool IsNoSuchEntry(unsigned long error);
+
+// Whether a folder listing (FindFirstFileW / FindNextFileW) ended with this
+// error because there was nothing (more) to list: no more entries, no such
+// folder. Any other error cut the listing short.
+bool IsEndOfListing(unsigned long error);
+
 // Creates the folder and its missing parents. True when the folder exists
 // afterwards (an existing folder is success, a file of that name is not).
 bool CreateFolderTree(const std::wstring& folder);

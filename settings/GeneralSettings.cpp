@@ -26,9 +26,9 @@ std::wstring Read(CIniFileW& ini, const wchar_t* key) {
     return ini.GetValue(kSettingSection, key, std::wstring());
 }
 
-// Brings the record's auto-start state, the file and the Run registration in
-// line with each other. The file decides, except when it says nothing: then
-// the registration does.
+// Brings the record's auto-start state, the file and the Run registration in line with each other. The file decides,
+// except when it says nothing: then the registration does. COMPAT: a Run value that cannot be read (access denied, an
+// I/O error) counts as not registered, so an empty "IsAutoStartUp" becomes "0", as the client has always decided it.
 void ReconcileAutoStart(CIniFileW& ini, st_UserPropertiesShow& show, const std::wstring& autoStart) {
     using grs::settings::AutoStartCase;
     using grs::settings::RunRegistration;

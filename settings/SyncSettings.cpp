@@ -172,8 +172,8 @@ void ClientInitialize::CreateSyncSettingFile() {
 
 void ClientInitialize::SyncBaseUri(std::wstring path) {
     grs::settings::Guarded(__LINE__, kSyncBaseUri, [&] {
-        // No limit on the attempts: the address arrives whenever the client's
-        // route resolution gets to it.
+        // No limit on the attempts: the address arrives whenever route resolution gets to it. COMPAT: no lock, as the
+        // client has always run it: a CreateSyncSettingFile at the same moment interleaves, and the last write wins.
         std::string address;
         for (;;) {
             address = grs::WideToUtf8(grs::settings::Store().GetOperqrtServerIdUrl());

@@ -1,6 +1,5 @@
-// Where downloads go, where the sync cloud folder is placed on a fresh
-// installation, and the move of the old single download-folder row to the
-// "NewDownLoadFolder" / "IsUseDownloadsPath" pair.
+// Where downloads go, where the sync cloud folder is placed on a fresh installation, and the move of the old
+// single download-folder row to the "NewDownLoadFolder" / "IsUseDownloadsPath" pair.
 #include <windows.h>
 
 #include "core/PathUtil.h"
@@ -36,11 +35,12 @@ void SetRow(std::vector<PropertyDb::UserProperties>& rows, const wchar_t* key, c
     }
 }
 
-// The long form of an existing folder; empty when the folder does not exist.
-std::wstring LongFormOrEmpty(const std::wstring& path) {
+// The long form of an existing folder; empty when the folder does not exist, or (`error` set) when it cannot be told.
+std::wstring LongFormOrEmpty(const std::wstring& path, DWORD& error) {
     wchar_t buffer[MAX_PATH] = {};
-    if (::GetLongPathNameW(path.c_str(), buffer, MAX_PATH) >= MAX_PATH) return std::wstring();
-    return std::wstring(buffer);
+    const DWORD length = ::GetLongPathNameW(path.c_str(), buffer, MAX_PATH);
+    if (length == 0 && !grs::IsNoSuchEntry(::GetLastError())) error = ::GetLastError();
+    return length < MAX_PATH ? std::wstring(buffer) : std::wstring();
 }
 
 std::wstring SystemDriveRoot() {
@@ -139,9 +139,20 @@ void ClientInitialize::UpdateNewDownloadPathValue(std::vector<PropertyDb::UserPr
             return;
         }
 
-        const std::wstring longOld = LongFormOrEmpty(oldFolder);
-        const bool isDefault = longOld == LongFormOrEmpty(grs::ProfileCloudFolder(L"Downloads")) ||
-                               longOld == GlobalParamWrapper::GetInstance()->GetUserDownloadsPath();
+        DWORD error = ERROR_SUCCESS;
+        const std::wstring longOld = LongFormOrEmpty(oldFolder, error);
+        const std::wstring longDefault = LongFormOrEmpty(grs::ProfileCloudFolder(L"Downloads"), error);
+        if (error != ERROR_SUCCESS) {
+            // Whether the old folder is the default one cannot be told: it stays where it is, to be migrated by a
+            // later start, and serves as this start's download folder (it is the user's folder either way).
+            grs::log::Error(__LINE__, kUpdateNewDownloadPathValue,
+                            L"DownLoadFolder not migrated, cannot tell whether it exists (error " +
+                                std::to_wstring(error) + L"): " + oldFolder);
+            if (IsAbsent(L"NewDownLoadFolder")) properties.push_back({L"NewDownLoadFolder", oldFolder});
+            return;
+        }
+        const bool isDefault =
+            longOld == longDefault || longOld == GlobalParamWrapper::GetInstance()->GetUserDownloadsPath();
         if (isDefault) {
             if (IsAbsent(L"NewDownLoadFolder")) InsertDefaultNewDownloadFolder(properties, show);
             SetRow(properties, L"IsUseDownloadsPath", L"1");

@@ -151,24 +151,24 @@ bool CopyCacheFileWith(const std::wstring& sourceFile, const std::wstring& desti
     const auto logCovered = [&] {
         grs::log::Info(__LINE__, kCopyCacheFile, L"CopySyncFolderToCache" + destinationFile + L" to be covered");
     };
-    {
-        // The open tells whether the destination was there: no separate
-        // attribute query per file. The log lines come out in the same order
-        // as with a query before the open.
+    const auto failed = [&destinationFile](unsigned long error, bool result) {
+        grs::log::Error(__LINE__, kCopyCacheFile, L"Win32 error " + std::to_wstring(error) + L": " + destinationFile);
+        return result;  // the Win32 error of a failed step, on a line of its own after the step's line
+    };
+    {  // The open tells whether the destination was there: no attribute query per file, lines in the same order.
         grs::UniqueFile created(::CreateFileW(destinationFile.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_WRITE,
                                               nullptr, OPEN_ALWAYS, FILE_FLAG_OVERLAPPED, nullptr));
-        const bool existed = ::GetLastError() == ERROR_ALREADY_EXISTS;
+        const DWORD opened = ::GetLastError();  // ERROR_ALREADY_EXISTS when it was there
         if (!created) {
-            // A folder or a locked file in the destination's place still counts as there.
-            if (::GetFileAttributesW(destinationFile.c_str()) != INVALID_FILE_ATTRIBUTES) logCovered();
+            if (::GetFileAttributesW(destinationFile.c_str()) != INVALID_FILE_ATTRIBUTES) logCovered();  // still there
             grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Create File Fail");
-            return true;
+            return failed(opened, true);
         }
-        if (existed) logCovered();
+        if (opened == ERROR_ALREADY_EXISTS) logCovered();
     }
-    if (!::CopyFileW(sourceFile.c_str(), destinationFile.c_str(), FALSE)) {
+    if (DWORD ok = ::CopyFileW(sourceFile.c_str(), destinationFile.c_str(), FALSE), error = ::GetLastError(); !ok) {
         grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Copy File Fail");
-        return false;
+        return failed(error, false);
     }
     grs::log::Info(__LINE__, kCopyCacheFile,
                    L"CopySyncFolderToCache COPYSUCCESS = " + sourceFile + L" destPath = " + destinationFile);
@@ -185,8 +185,8 @@ bool ClientInitialize::CheckCacheFile(const std::wstring& sourceFolder, std::wst
         grs::CreateFolderTree(destinationFolder);
         WIN32_FIND_DATAW entry = {};
         grs::UniqueFind find(::FindFirstFileW((sourceFolder + L"\\*").c_str(), &entry));
-        if (!find) return true;
-        do {
+        // Linked folders are not followed: a link up the tree would never end. A walk cut short is reported.
+        for (BOOL more = find.valid(); more; more = ::FindNextFileW(find.get(), &entry)) {
             const std::wstring name = entry.cFileName;
             const std::wstring source = sourceFolder + L"\\" + name;
             const std::wstring destination = destinationFolder + L"\\" + name;
@@ -198,11 +198,11 @@ bool ClientInitialize::CheckCacheFile(const std::wstring& sourceFolder, std::wst
                     return CopyCacheFileWith(source, destination, placeholder, [size] { return size; });
                 });
             } else if (name != L"." && name != L".." && (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
-                // Linked folders are not followed: a link back up the tree
-                // would never end, and cloud folders hold no local content.
                 CheckCacheFile(source, destination);
             }
-        } while (::FindNextFileW(find.get(), &entry));
+        }
+        if (const DWORD ended = ::GetLastError(); !grs::IsEndOfListing(ended))
+            grs::log::Error(__LINE__, kCheckCacheFile, L"Win32 error " + std::to_wstring(ended) + L": " + sourceFolder);
         return true;
     });
 }

@@ -1,5 +1,7 @@
 #include "tests/common/TestSupport.h"
 
+#include <tlhelp32.h>
+
 #include <atomic>
 #include <cstdio>
 
@@ -59,6 +61,21 @@ StandInSandbox::~StandInSandbox() {
 
 bool FileExists(const std::wstring& path) {
     return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+size_t ThreadCount() {
+    const UniqueFile snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+    THREADENTRY32 entry = {};
+    entry.dwSize = sizeof entry;
+    size_t count = 0;
+    for (BOOL more = ::Thread32First(snapshot.get(), &entry); more; more = ::Thread32Next(snapshot.get(), &entry))
+        if (entry.th32OwnerProcessID == ::GetCurrentProcessId()) ++count;
+    return count;
+}
+
+void AwaitThreadCount(size_t threads) {
+    // Each count is a snapshot of every thread: asked sparingly.
+    for (int i = 0; i < 500 && ThreadCount() > threads; ++i) ::Sleep(10);
 }
 
 std::vector<ClientStandIn::LogLine> LogLinesOf(const std::string& function) {

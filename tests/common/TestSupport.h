@@ -63,6 +63,11 @@ using support::RemoveTree;
 using support::WriteFileBytes;
 bool FileExists(const std::wstring& path);
 
+// Threads of this process, and a bounded wait (about five seconds) until no
+// more than `threads` are left: the library's detached workers have ended.
+size_t ThreadCount();
+void AwaitThreadCount(size_t threads);
+
 // Log lines of the stand-in logger, optionally only of one function.
 std::vector<ClientStandIn::LogLine> LogLinesOf(const std::string& function = std::string());
 // `line` 0: any source line.

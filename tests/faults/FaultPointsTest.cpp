@@ -21,6 +21,8 @@
 #include "globalrootservice/IniFileHelper.h"
 #include "globalrootservice/ServerConfigHelper.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
+#include "globalrootservice/collaborators/MainDatabaseProvider.h"
+#include "core/HashUtil.h"
 #include "tests/common/TestSupport.h"
 #include "tests/faults/FaultInjector.h"
 
@@ -100,9 +102,27 @@ std::map<std::string, std::string> Keys(const std::string& bytes) {
     return keys;
 }
 
+// The files under `folder` and its subfolders, named `prefix` + their relative path.
+void AddTree(State& state, const std::wstring& folder, const std::wstring& prefix) {
+    WIN32_FIND_DATAW entry = {};
+    const UniqueFind find(::FindFirstFileW((folder + L"\\*").c_str(), &entry));
+    if (!find) return;
+    do {
+        const std::wstring name = entry.cFileName;
+        if (name == L"." || name == L"..") continue;
+        if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+            AddTree(state, folder + L"\\" + name, prefix + name + L"\\");
+        else
+            state[prefix + name] = ReadFileBytes(folder + L"\\" + name);
+    } while (::FindNextFileW(find.get(), &entry));
+}
+
 enum class Landing {
     WholeFiles,  // each file holds its old or its new bytes
     EachKey,     // written key by key: each key holds its old or its new value
+    // A copy: a file that did not land may be absent, empty or old; only the
+    // log line and the next run count.
+    Anything,
 };
 
 class FaultPoints;
@@ -116,6 +136,9 @@ struct Operation {
     // Off for the held file: every run there waits out the replace retries,
     // and its calls before the in-place path are those of the row above.
     bool persistentMode = true;
+    // What else the operation may change, added to the state (property rows,
+    // a copied tree).
+    std::function<void(FaultPoints&, State&)> observe = nullptr;
 };
 
 const std::string kSettings =
@@ -129,6 +152,7 @@ public:
     std::wstring SettingPath() const { return AppData() + L"\\Setting.ini"; }
     std::wstring SyncPath() const { return AppData() + L"\\SyncSetting.ini"; }
     std::wstring ServerFile() const { return m_serverFile; }
+    std::wstring Root(const std::wstring& name) const { return sandbox.Root() / name; }
     void Hold(const std::wstring& path) {
         m_holder = std::make_shared<UniqueFile>(::CreateFileW(path.c_str(), GENERIC_READ,
                                                               FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
@@ -148,6 +172,12 @@ protected:
     }
     void TearDown() override { ::DeleteFileW(m_serverFile.c_str()); }
 
+    static State Observe(const Operation& operation, FaultPoints& test) {
+        State state = Snapshot(test.AppData());
+        if (operation.observe) operation.observe(test, state);
+        return state;
+    }
+
     // Clears the app-data folder and lets the row lay out its old state.
     State Arrange(const Operation& operation) {
         m_holder.reset();
@@ -160,7 +190,7 @@ protected:
         ::RegDeleteKeyValueW(HKEY_CURRENT_USER, kRunKey, kRunValue);
         serverLoaded = false;
         operation.arrange(*this);
-        return Snapshot(AppData());
+        return Observe(operation, *this);
     }
 
     // What is wrong at one fault point; empty when the promise holds.
@@ -178,12 +208,16 @@ protected:
             };
             const std::string old = find(before), fresh = find(expected), now = find(after);
             if (now == fresh) continue;
-            // A save's temporary file that could not be removed: the next
-            // save reuses it, which the clean run below checks.
-            if (name.find(L"~") != std::wstring::npos && name.size() > 4 && name.substr(name.size() - 4) == L".tmp")
+            // A save's temporary file that could not be removed: logged with
+            // its name; the next save removes it, which the clean run checks.
+            if (IsTemporary(name)) {
+                if (now != "<absent>" && !LoggedAtSeverity5(name))
+                    problems.push_back("temporary file " + WideToUtf8(name) + " left without a log line naming it");
                 continue;
+            }
             landed = false;
-            if (operation.landing == Landing::EachKey && now != "<absent>") {
+            if (operation.landing == Landing::Anything) continue;
+            if (operation.landing == Landing::EachKey && now != "<absent>" && !IsWholeEntry(name)) {
                 const auto oldKeys = Keys(old), newKeys = Keys(fresh), nowKeys = Keys(now);
                 for (const auto& key : newKeys) {
                     const auto present = nowKeys.find(key.first);
@@ -211,22 +245,30 @@ protected:
         return problems;
     }
 
-    // The clean run reached the new state: the same files (but for a save's
-    // temporary file that neither its handle nor a delete could remove, and
-    // that a save which writes reuses and removes), each with the new bytes,
-    // or, written key by key, the new keys and values in any order.
-    static bool SameAfterCleanRun(const Operation& operation, State expected, State now) {
-        for (State* state : {&expected, &now}) {
-            for (auto entry = state->begin(); entry != state->end();) {
-                const bool temporary = entry->first.find(L"~") != std::wstring::npos;
-                entry = temporary ? state->erase(entry) : std::next(entry);
-            }
-        }
-        if (operation.landing == Landing::WholeFiles) return now == expected;
+    // The Run value and property rows: one value each, not a file of keys.
+    static bool IsWholeEntry(const std::wstring& name) { return !name.empty() && name[0] == L'<'; }
+
+    static bool IsTemporary(const std::wstring& name) {
+        return name.find(L"~") != std::wstring::npos && name.size() > 4 && name.substr(name.size() - 4) == L".tmp";
+    }
+
+    static bool LoggedAtSeverity5(const std::wstring& text) {
+        for (const auto& line : LogLinesOf())
+            if (line.severity == 5 && line.message.find(text) != std::wstring::npos) return true;
+        return false;
+    }
+
+    // The clean run reached the new state: the same files, no temporary one
+    // left, each with the new bytes, or, written key by key, the new keys and
+    // values in any order.
+    static bool SameAfterCleanRun(const Operation& operation, const State& expected, const State& now) {
+        if (operation.landing != Landing::EachKey) return now == expected;
         if (now.size() != expected.size()) return false;
         for (const auto& entry : expected) {
             const auto found = now.find(entry.first);
-            if (found == now.end() || Keys(found->second) != Keys(entry.second)) return false;
+            if (found == now.end()) return false;
+            if (IsWholeEntry(entry.first) ? found->second != entry.second : Keys(found->second) != Keys(entry.second))
+                return false;
         }
         return true;
     }
@@ -236,7 +278,7 @@ protected:
         Arrange(operation);
         operation.run(*this);
         m_holder.reset();
-        const State expected = Snapshot(AppData());
+        const State expected = Observe(operation, *this);
         size_t points = 0;
         std::vector<std::string> problems;
         for (const bool persistent : {false, true}) {
@@ -256,11 +298,11 @@ protected:
                 ++points;
                 const std::string where = std::string(persistent ? "from call " : "at call ") + std::to_string(failAt) +
                                           " (" + Injector().Injected().front().function + "): ";
-                for (const std::string& problem : Check(operation, before, expected, Snapshot(AppData())))
+                for (const std::string& problem : Check(operation, before, expected, Observe(operation, *this)))
                     problems.push_back(where + problem);
                 // The next run without faults.
                 operation.run(*this);
-                if (!SameAfterCleanRun(operation, expected, Snapshot(AppData())))
+                if (!SameAfterCleanRun(operation, expected, Observe(operation, *this)))
                     problems.push_back(where + "the next clean run differs");
             }
         }
@@ -293,6 +335,45 @@ std::vector<SettingInfo> FortyPairs() {
 
 const char kCreateSettingFile[] = "ClientInitialize::CreateSettingFile";
 const char kSave[] = "CIniFileW::Save";
+
+namespace Db = PropertyDb::MainDatabaseProvider;
+
+// The thumbnail trees of the user's old cache folder, and a copy of one of
+// them already in the new cache folder, to be covered.
+void WriteCacheTrees(FaultPoints& test) {
+    RemoveTree(test.Root(L"OldCache"));
+    RemoveTree(test.Root(L"NewCache"));
+    const std::wstring hash = UserIdHash(L"user-1");
+    const std::wstring from = test.Root(L"OldCache\\") + hash, to = test.Root(L"NewCache\\") + hash;
+    CreateFolderTree(from + L"\\SyncThumbnailFile\\a");
+    CreateFolderTree(from + L"\\LcdSyncThumbnailFile");
+    CreateFolderTree(to + L"\\SyncThumbnailFile");
+    WriteFileBytes(from + L"\\SyncThumbnailFile\\a\\1.jpg", "one");
+    WriteFileBytes(from + L"\\SyncThumbnailFile\\2.jpg", "two");
+    WriteFileBytes(from + L"\\LcdSyncThumbnailFile\\3.jpg", "three");
+    WriteFileBytes(to + L"\\SyncThumbnailFile\\2.jpg", "old two");
+}
+
+// A later start of a user whose cache folder lies in the sync folder and
+// whose download folder is an old-style row naming a folder of their own.
+void SeedFolderRows(FaultPoints& test) {
+    WriteSettingsFile(test);
+    RemoveTree(test.Root(L"Sync"));
+    RemoveTree(test.Root(L"Profile\\Cloud"));
+    CreateFolderTree(test.Root(L"Sync\\Cache"));
+    CreateFolderTree(test.Root(L"Mine"));
+    Db::DeleteAllUserProperties();
+    std::vector<PropertyDb::UserProperties> rows = {{L"SyncCloudFolder", test.Root(L"Sync")},
+                                                    {L"CacheFolder", test.Root(L"Sync\\Cache")},
+                                                    {L"DownLoadFolder", test.Root(L"Mine")},
+                                                    {L"IsOpenDownloadWnd", L"0"}};
+    Db::InsertUserProperties(rows);
+}
+
+void ObserveRows(FaultPoints&, State& state) {
+    for (const PropertyDb::UserProperties& row : Db::GetAllUserProperties())
+        state[L"<row " + row.key + L">"] = WideToUtf8(row.value);
+}
 
 // clang-format off
 const Operation kOperations[] = {
@@ -336,6 +417,26 @@ const Operation kOperations[] = {
          GlobalParamWrapper::GetInstance()->SetOperqrtServerIdUrl(L"https://server-id.example");
      },
      [](FaultPoints& test) { ClientInitializeTestAccess::SyncBaseUri(test.SyncPath()); }},
+    // The worker of the cache move, in the foreground.
+    {"CopySyncFolderToCache (the worker, in the foreground)",
+     {"ClientInitialize::CopySyncFolderToCache", "ClientInitialize::CheckCacheFile", "ClientInitialize::CopyCacheFile"},
+     Landing::Anything, WriteCacheTrees,
+     [](FaultPoints& test) { ClientInitialize::CopySyncFolderToCache(test.Root(L"OldCache"), test.Root(L"NewCache")); },
+     /*persistentMode=*/true, [](FaultPoints& test, State& state) { AddTree(state, test.Root(L"NewCache"), L"NewCache\\"); }},
+    // The folder steps of a start: the cache folder moved out of the sync
+    // folder (its copy awaited), the old download folder row migrated, the
+    // settings read and "ShowTabBar" written.
+    {"InitializeUserProperties (folders moved and migrated)",
+     {"ClientInitialize::InitializeUserProperties", "ClientInitialize::UpdateNewDownloadPathValue",
+      "ClientInitialize::CheckPathInSyncFolder", "ClientInitialize::GetSettings", kSave,
+      "ClientInitialize::RegisterStartingIsOpen"},
+     Landing::EachKey, SeedFolderRows,
+     [](FaultPoints&) {
+         const size_t threads = ThreadCount();
+         ClientInitialize::InitializeUserProperties();
+         AwaitThreadCount(threads);
+     },
+     /*persistentMode=*/true, ObserveRows},
     {"RegisterStartingIsOpen(true)", {"ClientInitialize::RegisterStartingIsOpen"}, Landing::WholeFiles,
      [](FaultPoints&) {}, [](FaultPoints&) { ClientInitialize::RegisterStartingIsOpen(true); }},
     {"RegisterStartingIsOpen(false)", {"ClientInitialize::RegisterStartingIsOpen"}, Landing::WholeFiles,

@@ -267,8 +267,9 @@ TEST_F(UserPropsStart, CacheCopyLogsADestinationThatWasThereBeforeCreatingIt) {
     } cases[] = {
         {"absent", nullptr, {copying, copied}, true},
         {"file", "old", {copying, covered, copied}, true},
-        // Cannot be opened: still reported as there, then the failure; not passed up.
-        {"folder", "/", {copying, covered, to + L" Create File Fail"}, true},
+        // Cannot be opened: still reported as there, then the failure and its
+        // Win32 error (access denied); not passed up.
+        {"folder", "/", {copying, covered, to + L" Create File Fail", L"Win32 error 5: " + to}, true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

@@ -146,7 +146,7 @@ TEST(CIniFileW, LoadsAnyFileAndSavesInTheEncodingItRead) {
         E encoding;
         std::wstring value;  // of S/k; "*": depends on the code page
         bool sameBytes;
-        std::wstring set;  // assigned to S/k before the save
+        std::wstring set{};  // assigned to S/k before the save
         E setEncoding = E::Utf16Le;  // what the file then reads back as
     } cases[] = {
         {"utf-16", Bytes("\xFF\xFE[\0S\0]\0\n\0k\0=\0-\0\x2D\x4E\n\0"), E::Utf16Le, L"-\u4e2d", true},

@@ -175,6 +175,8 @@ bool JoinsExperiencePlan(const std::wstring& joinPlan);
 // The error limiting time GetSettings hands to the store while
 // "ErrorLimitingTime" is empty. COMPAT: the number comes from the plan key,
 // not from "ErrorLimitingTime": that is how the client has always read it.
+// COMPAT: only -1 means "no limit" (0); any other negative number wraps to a
+// huge unsigned limit, as the client's store has always received it.
 unsigned long long ErrorLimitingTimeFrom(const std::wstring& joinPlan);
 
 // "IsFirstStartUp": the first start only for exactly "true".

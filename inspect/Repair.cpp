@@ -459,8 +459,14 @@ RepairResult Repair(const Request& request, const Snapshot& snapshot, const std:
                                                        : InProfile(snapshot.appData, result.profile, fix.file))
                                             : grs::PathJoin(result.profile, fix.file);
             ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-            change.done = ::DeleteFileW(path.c_str()) != 0;
-            change.detail = change.done ? "removed" : "cannot remove (error " + std::to_string(::GetLastError()) + ")";
+            // A stray save file may already be gone: the repair's own save of
+            // its settings file removes the one it left.
+            const bool removed = ::DeleteFileW(path.c_str()) != 0;
+            const DWORD error = removed ? ERROR_SUCCESS : ::GetLastError();
+            change.done = removed || error == ERROR_FILE_NOT_FOUND;
+            change.detail = removed   ? "removed"
+                            : change.done ? "already gone"
+                                          : "cannot remove (error " + std::to_string(error) + ")";
         } else if (fix.action == "set-run-value" || fix.action == "remove-run-value") {
             if (inPlace) {
                 ChangeRunValue(request, change);

@@ -58,38 +58,24 @@ bool DecodeBytes(unsigned codePage, DWORD flags, const char* data, size_t size, 
     return true;
 }
 
-// UTF-16LE, two bytes per code unit. A wchar_t is one UTF-16 unit on Windows;
-// the byte-wise form serves builds whose wchar_t is wider.
+// UTF-16LE, two bytes per code unit: a wchar_t is one UTF-16 unit on Windows.
+static_assert(sizeof(wchar_t) == 2, "wchar_t is a UTF-16 code unit");
+
 std::wstring FromUtf16Le(const char* data, size_t units) {
     std::wstring text(units, L'\0');
-    if (units == 0) return text;
-    if constexpr (sizeof(wchar_t) == 2) {
-        std::memcpy(&text[0], data, units * 2);
-    } else {
-        const auto* bytes = reinterpret_cast<const unsigned char*>(data);
-        for (size_t i = 0; i < units; ++i) text[i] = static_cast<wchar_t>(bytes[2 * i] | (bytes[2 * i + 1] << 8));
-    }
+    if (units != 0) std::memcpy(&text[0], data, units * 2);
     return text;
 }
 
 std::string ToUtf16Le(const std::wstring& text) {
     std::string bytes(text.size() * 2, '\0');
-    if (text.empty()) return bytes;
-    if constexpr (sizeof(wchar_t) == 2) {
-        std::memcpy(&bytes[0], text.data(), text.size() * 2);
-    } else {
-        for (size_t i = 0; i < text.size(); ++i) {
-            bytes[2 * i] = static_cast<char>(text[i] & 0xFF);
-            bytes[2 * i + 1] = static_cast<char>((text[i] >> 8) & 0xFF);
-        }
-    }
+    if (!text.empty()) std::memcpy(&bytes[0], text.data(), text.size() * 2);
     return bytes;
 }
 
 // Plain bytes are taken for UTF-8 when they are valid UTF-8 and not all ASCII.
-bool ReadsAsUtf8(const std::string& bytes) {
-    return !grs::IsAscii(bytes) && ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(),
-                                                    static_cast<int>(bytes.size()), nullptr, 0) > 0;
+bool DecodesAsUtf8(const std::string& bytes, std::wstring& text) {
+    return !grs::IsAscii(bytes) && DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text);
 }
 
 }  // namespace
@@ -98,16 +84,15 @@ namespace grs {
 
 std::wstring DecodeIniBytes(const std::string& bytes, IniEncoding& encoding) {
     std::wstring text;
-    if (bytes.empty()) {
-        encoding = IniEncoding::Utf16Le;
-    } else if (bytes.size() >= 2 && bytes.compare(0, 2, "\xFF\xFE") == 0) {
+    // An empty file is a new one, which is written as UTF-16.
+    if (bytes.empty() || (bytes.size() >= 2 && bytes.compare(0, 2, "\xFF\xFE") == 0)) {
         encoding = IniEncoding::Utf16Le;
         // An odd trailing byte is not a character: dropped.
-        text = FromUtf16Le(bytes.data() + 2, (bytes.size() - 2) / 2);
+        if (!bytes.empty()) text = FromUtf16Le(bytes.data() + 2, (bytes.size() - 2) / 2);
     } else if (bytes.size() >= 3 && bytes.compare(0, 3, "\xEF\xBB\xBF") == 0) {
         encoding = IniEncoding::Utf8Bom;
         DecodeBytes(CP_UTF8, 0, bytes.data() + 3, bytes.size() - 3, text);
-    } else if (!grs::IsAscii(bytes) && DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text)) {
+    } else if (DecodesAsUtf8(bytes, text)) {
         encoding = IniEncoding::Utf8;
     } else {
         // ASCII lands here too: it is what the private-profile functions
@@ -145,11 +130,12 @@ std::string Encode(const std::wstring& text, IniEncoding& encoding) {
             ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), size, nullptr, 0, nullptr, &lossy);
         if (length > 0 && !lossy) {
             std::string bytes(static_cast<size_t>(length), '\0');
+            std::wstring readBack;
             // Bytes that happen to form UTF-8 would be read back as UTF-8,
             // which is other text: those go the way of lossy text.
             if (::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), size, &bytes[0], length, nullptr,
                                       nullptr) == length &&
-                !ReadsAsUtf8(bytes))
+                !DecodesAsUtf8(bytes, readBack))
                 return bytes;
         }
         // The code page cannot carry this text: UTF-16 with a byte-order mark
@@ -265,7 +251,7 @@ CIniFileW::Key* CIniFileW::AddKey(Section* section, const std::wstring& key) {
     return section == nullptr ? nullptr : section->AddKey(key);
 }
 
-std::wstring CIniFileW::GetValue(const std::wstring& section, const std::wstring& key, std::wstring defaultValue) {
+std::wstring CIniFileW::GetValue(const std::wstring& section, const std::wstring& key, const std::wstring& defaultValue) {
     Section* found = FindSection(section);
     if (found == nullptr) return std::wstring();
     const Key* entry = found->FindKey(key);

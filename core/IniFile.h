@@ -89,7 +89,7 @@ public:
 
     // Missing section: empty text (not the default). Missing key in an
     // existing section: the default. Otherwise the value.
-    std::wstring GetValue(const std::wstring& section, const std::wstring& key, std::wstring defaultValue);
+    std::wstring GetValue(const std::wstring& section, const std::wstring& key, const std::wstring& defaultValue);
 
     // Pure text forms, for tests and tools. ParseText replaces the document by
     // the lines of `text`. RenderText gives "[name]" and "key=value" lines

@@ -99,8 +99,11 @@ bool CreateFolderTree(const std::wstring& folder) {
         ::CreateDirectoryW(folder.substr(0, slash).c_str(), nullptr);
     }
     if (::CreateDirectoryW(folder.c_str(), nullptr)) return true;
+    const DWORD error = ::GetLastError();
     const DWORD attributes = ::GetFileAttributesW(folder.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return true;
+    ::SetLastError(error);
+    return false;
 }
 
 }  // namespace grs

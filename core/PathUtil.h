@@ -58,6 +58,7 @@ bool IsEndOfListing(unsigned long error);
 
 // Creates the folder and its missing parents. True when the folder exists
 // afterwards (an existing folder is success, a file of that name is not).
+// False leaves the folder's own creation error as the last error.
 bool CreateFolderTree(const std::wstring& folder);
 
 // The full path of the host executable (the process's main module).

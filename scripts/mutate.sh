@@ -43,8 +43,8 @@ core	core/PathUtil.cpp	    if (slash == std::wstring::npos || slash + 1 >= path.
 core	core/PathUtil.cpp	    if (path.size() >= MAX_PATH && path.find(L"\\\\?\\") == std::wstring::npos) return L"\\\\?\\" + path;	    if (path.size() > MAX_PATH && path.find(L"\\\\?\\") == std::wstring::npos) return L"\\\\?\\" + path;
 core	core/IniFile.cpp	        if (x >= 'A' && x <= 'Z') x += 'a' - 'A';	        if (x > 'A' && x <= 'Z') x += 'a' - 'A';
 core	core/IniFile.cpp	        if (x != y) return x < y;	        if (x != y) return x > y;
-core	core/IniFile.cpp	        text = FromUtf16Le(bytes.data() + 2, (bytes.size() - 2) / 2);	        text = FromUtf16Le(bytes.data() + 2, (bytes.size() - 3) / 2);
-core	core/IniFile.cpp	    } else if (!grs::IsAscii(bytes) && DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text)) {	    } else if (DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text)) {
+core	core/IniFile.cpp	 text = FromUtf16Le(bytes.data() + 2, (bytes.size() - 2) / 2);	 text = FromUtf16Le(bytes.data() + 2, (bytes.size() - 3) / 2);
+core	core/IniFile.cpp	    return !grs::IsAscii(bytes) && DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text);	    return DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text);
 core	core/IniText.h	    while (end > begin && IsBlank(text[end - 1])) --end;	    while (end > begin + 1 && IsBlank(text[end - 1])) --end;
 core	core/IniText.h	        if (last > 1 && text[last - 1] == Char(']')) {	        if (last > 2 && text[last - 1] == Char(']')) {
 core	core/FileIo.cpp	        if (content.size() + read > maxBytes) return ReadFileResult::TooLarge;	        if (content.size() + read >= maxBytes) return ReadFileResult::TooLarge;

@@ -182,7 +182,10 @@ bool ClientInitialize::CheckCacheFile(const std::wstring& sourceFolder, std::wst
         grs::log::Info(
             __LINE__, kCheckCacheFile,
             L"CopySyncFolderToCache CheckCacheFile srcPath = " + sourceFolder + L" destPath = " + destinationFolder);
-        grs::CreateFolderTree(destinationFolder);
+        // The walk goes on: each file then reports its own failure.
+        if (!grs::CreateFolderTree(destinationFolder))
+            grs::log::Error(__LINE__, kCheckCacheFile,
+                            L"Win32 error " + std::to_wstring(::GetLastError()) + L": " + destinationFolder);
         WIN32_FIND_DATAW entry = {};
         grs::UniqueFind find(::FindFirstFileW((sourceFolder + L"\\*").c_str(), &entry));
         // Linked folders are not followed: a link up the tree would never end. A walk cut short is reported.

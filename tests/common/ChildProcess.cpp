@@ -8,6 +8,28 @@
 
 namespace grs::test {
 
+namespace {
+
+// Children die with the test process, also when it is killed from outside:
+// the job's only handle closes when this process ends. Null when jobs are not
+// available; the children then run as before.
+HANDLE ChildrenJob() {
+    static const HANDLE job = [] {
+        HANDLE created = ::CreateJobObjectW(nullptr, nullptr);
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
+        limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+        if (created != nullptr &&
+            !::SetInformationJobObject(created, JobObjectExtendedLimitInformation, &limits, sizeof limits)) {
+            ::CloseHandle(created);
+            created = nullptr;
+        }
+        return created;
+    }();
+    return job;
+}
+
+}  // namespace
+
 UniqueHandle StartProcess(std::wstring command, HANDLE output, HANDLE error) {
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
@@ -15,10 +37,13 @@ UniqueHandle StartProcess(std::wstring command, HANDLE output, HANDLE error) {
     startup.hStdOutput = output;
     startup.hStdError = error;
     PROCESS_INFORMATION process = {};
-    const BOOL started =
-        ::CreateProcessW(nullptr, &command[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+    const BOOL started = ::CreateProcessW(nullptr, &command[0], nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr,
+                                          nullptr, &startup, &process);
     if (!started) return UniqueHandle();
     UniqueProcess owned(process);
+    // Joined before it runs, so nothing it starts escapes the job either.
+    if (ChildrenJob() != nullptr) ::AssignProcessToJobObject(ChildrenJob(), owned.process.get());
+    ::ResumeThread(owned.thread.get());
     return std::move(owned.process);
 }
 

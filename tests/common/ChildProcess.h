@@ -13,7 +13,8 @@
 
 namespace grs::test {
 
-// Starts `command` with inheritable standard output and error handles.
+// Starts `command` with inheritable standard output and error handles, in a
+// job that ends it when this process ends.
 // Null when the process could not be started.
 UniqueHandle StartProcess(std::wstring command, HANDLE output, HANDLE error);
 

@@ -174,6 +174,18 @@ TEST_F(ServerConfigFiles, LookupBeforeAnyChoiceIsEmptyAndLogged) {
                            L"[ServerConfigHelper::GetServerAddress] servers is empty", 167));
 }
 
+TEST_F(ServerConfigFiles, StoreFilledWithoutAFileGetsEmptyAddressesAndALinePerLookup) {
+    ServerConfigHelper helper;
+    helper.InitLocalServiceUrl();
+    const auto calls = ClientStandIn::SetterCalls();
+    ASSERT_EQ(calls.size(), 48u);
+    for (const auto& call : calls) EXPECT_EQ(call.value, L"") << grs::WideToUtf8(call.name);
+    size_t empty = 0;
+    for (const auto& line : ClientStandIn::LogLines())
+        if (line.severity == 5 && line.message == L"[ServerConfigHelper::GetServerAddress] servers is empty") ++empty;
+    EXPECT_EQ(empty, calls.size());  // each lookup tried to load the file again
+}
+
 TEST_F(ServerConfigFiles, SparseFileThenFailedReloads) {
     SetCountry(L"CN");
     Write(L"ServerConfig", "{\"cn\":{\"zrv\":\"first\"}}");

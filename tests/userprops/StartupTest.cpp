@@ -178,15 +178,26 @@ TEST_F(UserPropsStart, OldWindowsSwitchesSyncOffInTheDatabase) {
 }
 
 TEST_F(UserPropsStart, SyncFunctionClosedResetsOnlyExactOnes) {
+    const struct {
+        const wchar_t* key;
+        const wchar_t* value;
+        bool reset;  // when the sync function is closed
+    } cases[] = {
+        {L"IsSyncSwitchOpen", L"1", true},
+        {L"IsSyncSwitchOnceOpen", L"1", true},
+        {L"IsSyncSwitchOnceOpen", L"true", false},  // only "1" exactly
+        {L"IsSyncSwitchFirstOpen", L"1", false},    // nor any other switch
+    };
     for (const bool open : {true, false}) {
-        SCOPED_TRACE(open);
-        ClientStandIn::SetFunctionOpen(19, open);
-        Rows rows = {{L"IsSyncSwitchOpen", L"1"}, {L"IsSyncSwitchOnceOpen", L"true"}};
-        Db::InsertUserProperties(rows);
-        EXPECT_EQ(ClientInitialize::BaseDataCloseSyncFolder(rows), !open);
-        EXPECT_EQ(rows[0].value, open ? L"1" : L"0");
-        EXPECT_EQ(rows[1].value, L"true");
-        EXPECT_EQ(Stored()[L"IsSyncSwitchOpen"], rows[0].value);
+        for (const auto& c : cases) {
+            SCOPED_TRACE(grs::WideToUtf8(std::wstring(c.key) + L"=" + c.value) + (open ? " open" : " closed"));
+            ClientStandIn::SetFunctionOpen(19, open);
+            Rows rows = {{c.key, c.value}};
+            Db::InsertUserProperties(rows);
+            EXPECT_EQ(ClientInitialize::BaseDataCloseSyncFolder(rows), !open);
+            EXPECT_EQ(rows[0].value, c.reset && !open ? L"0" : c.value);
+            EXPECT_EQ(Stored()[c.key], rows[0].value);
+        }
     }
 }
 

@@ -11,6 +11,7 @@
 #   scripts/mutate.sh route settings    the mutants of those layers
 #   scripts/mutate.sh 24 25             mutants by number
 #   GRS_MUTATE_BUILD=dir                build folder (default: build, configured by scripts/test.sh)
+# A suite stops at its first failing test: one is enough to kill a mutant.
 set -euo pipefail
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 BUILD=${GRS_MUTATE_BUILD:-$ROOT/build}
@@ -134,7 +135,7 @@ build_and_run() {
   for s in $suites; do targets+=("test_$s"); done
   cmake --build "$BUILD" --target "${targets[@]}" >"$WORK/build.log" 2>&1 || return 2
   for s in $suites; do
-    (cd "$BUILD/tests" && timeout "$SUITE_TIMEOUT" "$BUILD/wine-run.sh" "$BUILD/bin/test_$s.exe" --gtest_brief=1) >"$WORK/test.log" 2>&1 || return 1
+    (cd "$BUILD/tests" && timeout "$SUITE_TIMEOUT" "$BUILD/wine-run.sh" "$BUILD/bin/test_$s.exe" --gtest_brief=1 --gtest_fail_fast) >"$WORK/test.log" 2>&1 || return 1
   done
   return 0
 }

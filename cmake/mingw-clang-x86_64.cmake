@@ -23,7 +23,9 @@ get_filename_component(GRS_GCC_DIR "${GRS_GCC_LIBSTDCXX}" DIRECTORY)
 if(NOT IS_DIRECTORY "${GRS_GCC_DIR}/include/c++")
   message(FATAL_ERROR "mingw-w64's posix-threads g++ (g++-mingw-w64-x86-64-posix) is needed for its libstdc++")
 endif()
-set(GRS_CLANG_FLAGS "--sysroot=/usr/${GRS_MINGW_TRIPLE} -B${GRS_GCC_DIR}")
+# GCC's mingw target keeps thread-locals emulated (libstdc++'s call_once state
+# among them): clang must name them the same way to link against it.
+set(GRS_CLANG_FLAGS "--sysroot=/usr/${GRS_MINGW_TRIPLE} -B${GRS_GCC_DIR} -femulated-tls")
 set(CMAKE_C_FLAGS_INIT "${GRS_CLANG_FLAGS}")
 # GCC's mingw target predefines __GXX_TYPEINFO_EQUALITY_INLINE=0 and its
 # libstdc++ was built so (type_info::operator== out of line); clang does not,
@@ -31,5 +33,6 @@ set(CMAKE_C_FLAGS_INIT "${GRS_CLANG_FLAGS}")
 set(CMAKE_CXX_FLAGS_INIT "${GRS_CLANG_FLAGS} -nostdinc++ -isystem ${GRS_GCC_DIR}/include/c++ -isystem ${GRS_GCC_DIR}/include/c++/${GRS_MINGW_TRIPLE} -isystem ${GRS_GCC_DIR}/include/c++/backward -D__GXX_TYPEINFO_EQUALITY_INLINE=0")
 # GCC's posix-threads driver links winpthreads by itself; clang's does so
 # with -pthread, inside the group with libgcc (whose TLS emulation needs it).
-set(GRS_MINGW_LINKER_FLAGS "-fuse-ld=lld -pthread -L${GRS_GCC_DIR}")
+# The link line repeats the compile flags; -nostdinc++ means nothing there.
+set(GRS_MINGW_LINKER_FLAGS "-fuse-ld=lld -pthread -L${GRS_GCC_DIR} -Wno-unused-command-line-argument")
 include(${CMAKE_CURRENT_LIST_DIR}/mingw-common.cmake)

@@ -2,6 +2,7 @@
 // single download-folder row to the "NewDownLoadFolder" / "IsUseDownloadsPath" pair.
 #include <windows.h>
 
+#include "core/Log.h"
 #include "core/PathUtil.h"
 #include "core/TextUtil.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
@@ -73,11 +74,19 @@ std::vector<st_DriveInfo> EnumerateDrives() {
     DWORD previousMode = 0;
     const BOOL modeSet = ::SetThreadErrorMode(SEM_FAILCRITICALERRORS, &previousMode);
     for (const wchar_t* root = list; *root != L'\0'; root += wcslen(root) + 1) {
+        const unsigned int type = ::GetDriveTypeW(root);
         ULARGE_INTEGER totalFree = {};
-        if (!::GetDiskFreeSpaceExW(root, nullptr, nullptr, &totalFree)) continue;
+        if (!::GetDiskFreeSpaceExW(root, nullptr, nullptr, &totalFree)) {
+            // Only a fixed drive can hold the sync folder: one that cannot
+            // say its free space is left out of this choice, and said so.
+            if (type == kFixedDrive)
+                log::Error(__LINE__, kGetSyncCloudFolder,
+                           L"Drive free space not read, error " + std::to_wstring(::GetLastError()) + L": " + root);
+            continue;
+        }
         st_DriveInfo drive = {};
         drive.freeBytes = totalFree.QuadPart;
-        drive.driveType = ::GetDriveTypeW(root);
+        drive.driveType = type;
         CopyToField(drive.root, root);
         drives.push_back(drive);
     }
@@ -116,7 +125,13 @@ std::wstring ClientInitialize::GetSyncCloudFolder() {
     std::wstring result;
     grs::Guarded(__LINE__, kGetSyncCloudFolder, [&] {
         const grs::DriveProbe probe{
-            [](const std::wstring& root) { return grs::PathExists(root); },
+            [](const std::wstring& root) {
+                const grs::PathPresence presence = grs::ProbePath(root);
+                if (presence == grs::PathPresence::Unknown)
+                    grs::log::Error(__LINE__, kGetSyncCloudFolder,
+                                    L"Drive not read, error " + std::to_wstring(::GetLastError()) + L": " + root);
+                return presence == grs::PathPresence::Present;
+            },
             [](const std::wstring& root) { return static_cast<unsigned long>(::GetFileAttributesW(root.c_str())); }};
         result = grs::ChooseSyncCloudFolder(grs::EnumerateDrives(), SystemDriveRoot(),
                                             GlobalParamWrapper::GetInstance()->GetUserProfilePath(), probe);

@@ -191,8 +191,8 @@ bool ClientInitialize::CheckCacheFile(const std::wstring& sourceFolder, std::wst
         // Linked folders are not followed: a link up the tree would never end. A walk cut short is reported.
         for (BOOL more = find.valid(); more; more = ::FindNextFileW(find.get(), &entry)) {
             const std::wstring name = entry.cFileName;
-            const std::wstring source = sourceFolder + L"\\" + name;
-            const std::wstring destination = destinationFolder + L"\\" + name;
+            const std::wstring source = std::wstring(sourceFolder).append(L"\\").append(name);
+            const std::wstring destination = std::wstring(destinationFolder).append(L"\\").append(name);
             if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
                 const bool placeholder = grs::IsPlaceholderEntry(entry.dwFileAttributes, entry.dwReserved0);
                 const unsigned long long size =

@@ -59,6 +59,8 @@ GRS_STAND_IN(FindNextFileW, BOOL, FALSE, kIo, (HANDLE a, LPWIN32_FIND_DATAW b), 
 GRS_STAND_IN(GetFileAttributesW, DWORD, INVALID_FILE_ATTRIBUTES, kDenied, (LPCWSTR a), (a))
 GRS_STAND_IN(GetFileAttributesExW, BOOL, FALSE, kDenied, (LPCWSTR a, GET_FILEEX_INFO_LEVELS b, LPVOID c), (a, b, c))
 GRS_STAND_IN(GetLongPathNameW, DWORD, 0, kDenied, (LPCWSTR a, LPWSTR b, DWORD c), (a, b, c))
+GRS_STAND_IN(GetDiskFreeSpaceExW, BOOL, FALSE, kIo,
+             (LPCWSTR a, PULARGE_INTEGER b, PULARGE_INTEGER c, PULARGE_INTEGER d), (a, b, c, d))
 GRS_STAND_IN(SetFilePointerEx, BOOL, FALSE, kIo, (HANDLE a, LARGE_INTEGER b, PLARGE_INTEGER c, DWORD d), (a, b, c, d))
 // Writes, flushes and truncations.
 GRS_STAND_IN(WriteFile, BOOL, FALSE, kDiskFull, (HANDLE a, LPCVOID b, DWORD c, LPDWORD d, LPOVERLAPPED e),
@@ -142,7 +144,8 @@ const StandIn kStandIns[] = {
     GRS_ROW(CreateFileW),        GRS_ROW(CreateFileA),        GRS_ROW(FindFirstFileW),
     GRS_ROW(FindFirstFileA),     GRS_ROW(ReadFile),           GRS_ROW(GetFileSizeEx),
     GRS_ROW(GetFileType),        GRS_ROW(FindNextFileW),      GRS_ROW(GetFileAttributesW),
-    GRS_ROW(GetFileAttributesExW), GRS_ROW(GetLongPathNameW), GRS_ROW(SetFilePointerEx),
+    GRS_ROW(GetFileAttributesExW), GRS_ROW(GetLongPathNameW), GRS_ROW(GetDiskFreeSpaceExW),
+    GRS_ROW(SetFilePointerEx),
     GRS_ROW(WriteFile),          GRS_ROW(FlushFileBuffers),   GRS_ROW(SetEndOfFile),
     GRS_ROW(WritePrivateProfileStringW), GRS_ROW(WritePrivateProfileStringA), GRS_ROW(SetFileAttributesW),
     GRS_ROW(SetFileInformationByHandle), GRS_ROW(MoveFileExW), GRS_ROW(ReplaceFileW),

@@ -498,6 +498,34 @@ TEST_F(FaultPoints, ServerAddressFileThatCannotBeReadIsReported) {
     EXPECT_GT(points, 0u);
 }
 
+// The sync folder's drive on a first start: a failed query may move the
+// choice to another drive, never silently.
+TEST_F(FaultPoints, DriveChoiceMovedByAFailedQueryIsReported) {
+    const std::wstring chosen = ClientInitialize::GetSyncCloudFolder();
+    ASSERT_NE(chosen, L"");
+    size_t points = 0;
+    for (const bool persistent : {false, true}) {
+        for (long failAt = 1; failAt <= kMaxFaultPoints; ++failAt) {
+            ClientStandIn::ClearLogLines();
+            Injector().Arm(failAt, persistent);
+            const std::wstring now = ClientInitialize::GetSyncCloudFolder();
+            Injector().Disarm();
+            if (Injector().Calls() < failAt) break;
+            ++points;
+            if (now == chosen) continue;
+            bool reported = false;
+            for (const auto& line : LogLinesOf("ClientInitialize::GetSyncCloudFolder"))
+                for (const InjectedFault& fault : Injector().Injected())
+                    reported = reported || (line.severity == 5 &&
+                                            line.message.find(std::to_wstring(fault.error)) != std::wstring::npos);
+            EXPECT_TRUE(reported) << (persistent ? "from call " : "at call ") << failAt << ": "
+                                  << WideToUtf8(now);
+        }
+    }
+    std::cout << "GetSyncCloudFolder: " << points << " fault points" << std::endl;
+    EXPECT_GT(points, 0u);
+}
+
 // A new import of a file or registry function needs its stand-in here, or
 // its failures would go untested.
 TEST(FaultInjectorCoverage, EveryStorageImportOfTheDllHasAStandIn) {

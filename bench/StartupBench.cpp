@@ -13,6 +13,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "bench/Ratios.h"
 #include "core/UniqueResource.h"
@@ -22,6 +23,7 @@
 #include "globalrootservice/collaborators/MainDatabaseProvider.h"
 #include "globalrootservice/Zorvane.h"
 #include "serverconfig/ServerConfigPaths.h"
+#include "settings/SettingRules.h"
 #include "globalrootservice/ClientInitialize.h"
 #include "tests/common/TestSupport.h"
 #include "tools/route-server/RouteServer.h"
@@ -131,34 +133,39 @@ void CopyBeside(const std::wstring& path) {
 }
 
 // "SyncSetting.ini" written key by key through the private-profile functions,
-// as the step must: its 21 keys with the values the step leaves there.
-struct ProfileKeys {
-    std::vector<std::pair<std::wstring, std::wstring>> wide;
-    std::vector<std::pair<std::string, std::string>> narrow;  // UTF-8 values, ANSI path
+// as the step must: the library's own keys, with the values the step writes:
+// those the file holds, and "BaseUri" as the step writes it before its worker
+// replaces it (so that, as in the step, that write changes the file).
+struct ProfileKey {
+    std::wstring name;
+    std::wstring value;
+    bool narrow;  // through the ANSI functions, UTF-8 value
 };
 
-ProfileKeys ReadSyncSettingKeys(const std::wstring& path) {
-    ProfileKeys keys;
-    const auto read = [&path](const wchar_t* key) {
+std::vector<ProfileKey> SyncSettingWrites(const std::wstring& path) {
+    using grs::settings::Source;
+    std::vector<ProfileKey> keys;
+    for (const grs::settings::SettingKey& key : grs::settings::SyncSettingKeys()) {
         wchar_t value[1024] = {};
-        ::GetPrivateProfileStringW(L"SyncSetting", key, L"", value, 1024, path.c_str());
-        return std::wstring(value);
-    };
-    for (const wchar_t* key :
-         {L"ServerUrl", L"FamilyShareUrl", L"NspUrl", L"HelpAndServiceUrl", L"UserinformationUrl", L"MacAddressEncrypt",
-          L"deviceUUid", L"PcVersion", L"ConfigBasic", L"BusinessUrl", L"BaseUri", L"UBAUri", L"PCModel", L"BasicUrl",
-          L"OpenSource", L"Portal", L"OmCdnUrl", L"OmCdnByPassUrl"})
-        keys.wide.emplace_back(key, read(key));
-    for (const wchar_t* key : {L"ThumbnailRootFolder", L"LcdThumbnailRootFolder", L"CatchFolder"})
-        keys.narrow.emplace_back(grs::WideToUtf8(key), grs::WideToUtf8(read(key)));
+        ::GetPrivateProfileStringW(L"SyncSetting", key.name, L"", value, 1024, path.c_str());
+        const bool narrow = key.source == Source::ThumbnailFolder || key.source == Source::LcdThumbnailFolder ||
+                            key.source == Source::CacheFolder;
+        keys.push_back({key.name,
+                        key.source == Source::BaseUri ? GlobalParamWrapper::GetInstance()->GetTestZavkooperqrtUrl()
+                                                      : std::wstring(value),
+                        narrow});
+    }
     return keys;
 }
 
-void WriteProfileKeys(const std::wstring& path, const std::string& ansiPath, const ProfileKeys& keys) {
-    for (const auto& key : keys.wide)
-        ::WritePrivateProfileStringW(L"SyncSetting", key.first.c_str(), key.second.c_str(), path.c_str());
-    for (const auto& key : keys.narrow)
-        ::WritePrivateProfileStringA("SyncSetting", key.first.c_str(), key.second.c_str(), ansiPath.c_str());
+void WriteProfileKeys(const std::wstring& path, const std::string& ansiPath, const std::vector<ProfileKey>& keys) {
+    for (const ProfileKey& key : keys) {
+        if (key.narrow)
+            ::WritePrivateProfileStringA("SyncSetting", grs::WideToUtf8(key.name).c_str(),
+                                         grs::WideToUtf8(key.value).c_str(), ansiPath.c_str());
+        else
+            ::WritePrivateProfileStringW(L"SyncSetting", key.name.c_str(), key.value.c_str(), path.c_str());
+    }
 }
 
 // --- The steps and their floors ------------------------------------------------
@@ -189,7 +196,7 @@ std::vector<StepCase> StepCases() {
     const std::wstring syncSetting = env.AppData(L"SyncSetting.ini");
     const std::wstring routeCache = ClientStandIn::ContentFilePath(5);
     const std::wstring database = env.Path(L"properties.db");
-    const ProfileKeys syncKeys = ReadSyncSettingKeys(syncSetting);
+    const std::vector<ProfileKey> syncKeys = SyncSettingWrites(syncSetting);
     const std::string syncSettingAnsi = grs::WideToMultiByte(syncSetting, grs::kCodePageAnsi);
     const std::wstring routeUrl =
         GlobalParamWrapper::GetInstance()->GetZRVUrl() + L"/zrv/1.0/ombrine/router?reg_country=CN";
@@ -250,7 +257,7 @@ std::vector<StepCase> StepCases() {
                if (Exists(syncSetting)) ChangeSettingsFile(syncSetting);
            }},
           {"profile-writes",
-           "SyncSetting.ini tested, re-attributed, its 21 keys written by the profile functions, a thread started "
+           "SyncSetting.ini tested, re-attributed, its keys written by the profile functions, a thread started "
            "(the step starts its BaseUri worker)",
            [syncSetting, syncSettingAnsi, syncKeys] {
                if (!Exists(syncSetting)) return;

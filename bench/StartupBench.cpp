@@ -148,12 +148,10 @@ std::vector<ProfileKey> SyncSettingWrites(const std::wstring& path) {
     for (const grs::settings::SettingKey& key : grs::settings::SyncSettingKeys()) {
         wchar_t value[1024] = {};
         ::GetPrivateProfileStringW(L"SyncSetting", key.name, L"", value, 1024, path.c_str());
-        const bool narrow = key.source == Source::ThumbnailFolder || key.source == Source::LcdThumbnailFolder ||
-                            key.source == Source::CacheFolder;
         keys.push_back({key.name,
                         key.source == Source::BaseUri ? GlobalParamWrapper::GetInstance()->GetTestZavkooperqrtUrl()
                                                       : std::wstring(value),
-                        narrow});
+                        grs::settings::WrittenAsUtf8(key.source)});
     }
     return keys;
 }

@@ -333,10 +333,10 @@ int CIniFileW::Save(const std::wstring& path) {
         // The same bytes to the same file: nothing is written. Safe: the file held exactly these bytes when this
         // document read (or wrote) it, and writing them again would undo a newer change by another writer. A start
         // on an unchanged file writes nothing; what an earlier failed save could not remove goes all the same.
-        const bool unchanged =
-            bytes == m_fileBytes && !m_filePath.empty() && ::_wcsicmp(path.c_str(), m_filePath.c_str()) == 0;
-        if (unchanged) grs::RemoveLeftTemporaries(path);
-        if (unchanged) return 1;
+        if (bytes == m_fileBytes && !m_filePath.empty() && ::_wcsicmp(path.c_str(), m_filePath.c_str()) == 0) {
+            grs::RemoveLeftTemporaries(path);
+            return 1;
+        }
         const grs::SaveResult saved = m_lastSave = grs::ReplaceFileContent(path, bytes);
         if (!saved.Succeeded()) {
             std::string message = "Not saved: step " + std::string(grs::SaveStepName(saved.failedStep)) + " (" +

@@ -118,6 +118,10 @@ void CompleteSettings(CIniFileW& ini, const SettingDefaults& defaults) {
     for (const auto& setting : DefaultSettings(defaults)) FillIfEmpty(ini, setting.first, setting.second);
 }
 
+bool WrittenAsUtf8(Source source) {
+    return source == Source::ThumbnailFolder || source == Source::LcdThumbnailFolder || source == Source::CacheFolder;
+}
+
 bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command) {
     const std::wstring built = L"\"" + executablePath + L"\" /background";
     if (built.size() > kRunCommandBufferChars - 1) return false;

@@ -107,6 +107,11 @@ struct SettingKey {
 const std::vector<SettingKey>& SettingKeys();
 const std::vector<SettingKey>& SyncSettingKeys();
 
+// The "SyncSetting.ini" values written as UTF-8 bytes through the narrow
+// profile functions (the folders, which the sync component reads so); the
+// others go through the wide ones.
+bool WrittenAsUtf8(Source source);
+
 // The key of that exact name, or null.
 const SettingKey* FindSettingKey(const std::vector<SettingKey>& keys, const std::wstring& name);
 

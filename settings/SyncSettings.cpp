@@ -54,61 +54,56 @@ std::wstring CurrentUserId() {
     return session ? session->GetCurrentUserID() : std::wstring();
 }
 
-struct SyncValue {
-    std::wstring text;
-    bool narrow = false;  // written as UTF-8 through the narrow profile functions
-};
-
 // What CreateSyncSettingFile writes for a key of SyncSettingKeys.
-SyncValue ValueOf(grs::settings::Source source, GlobalParamWrapper& store, const st_UserPropertiesShow* show,
-                  const std::wstring& root) {
+std::wstring ValueOf(grs::settings::Source source, GlobalParamWrapper& store, const st_UserPropertiesShow* show,
+                     const std::wstring& root) {
     using grs::settings::Source;
     switch (source) {
         case Source::SyncServerUrl:
-            return {store.GetSyncServerUrl()};
+            return store.GetSyncServerUrl();
         case Source::FamilyShareUrl:
-            return {store.GetFamilyShareUrl()};
+            return store.GetFamilyShareUrl();
         case Source::NspUrl:
-            return {store.GetNspUrl()};
+            return store.GetNspUrl();
         case Source::HelpAndServiceUrl:
-            return {store.GetHelpAndServiceUrl()};
+            return store.GetHelpAndServiceUrl();
         case Source::UserInformationUrl:
-            return {store.GetUserInformationserviceUrl()};
+            return store.GetUserInformationserviceUrl();
         case Source::MacAddress:
-            return {grs::settings::kMacAddressPrefix + store.GetSystemUUid()};
+            return grs::settings::kMacAddressPrefix + store.GetSystemUUid();
         case Source::DeviceId:
-            return {store.GetSystemUUid()};
+            return store.GetSystemUUid();
         case Source::RecordVersion:
-            return {show ? grs::FieldText(show->Version) : std::wstring()};
+            return show ? grs::FieldText(show->Version) : std::wstring();
         case Source::ConfigBasicUrl:
-            return {store.GetConfigBasicUrl()};
+            return store.GetConfigBasicUrl();
         case Source::BusinessUrl:
-            return {store.GetBusinessUrl()};
+            return store.GetBusinessUrl();
         case Source::BaseUri:
             // Replaced by the server-id address once that is known (SyncBaseUri).
-            return {store.GetTestZavkooperqrtUrl()};
+            return store.GetTestZavkooperqrtUrl();
         case Source::UbaUrl:
-            return {store.GetUBAUrl()};
+            return store.GetUBAUrl();
         case Source::PcModel:
-            return {store.GetPCModel()};
+            return store.GetPCModel();
         case Source::BasicUrl:
-            return {store.GetBasicUrl()};
+            return store.GetBasicUrl();
         case Source::OpenSource:
-            return {store.GetOpenSource()};
+            return store.GetOpenSource();
         case Source::PortalUrl:
-            return {store.GetPortalUrl()};
+            return store.GetPortalUrl();
         case Source::OmCdnUrl:
-            return {store.GetOmCdnUrl()};
+            return store.GetOmCdnUrl();
         case Source::OmCdnByPassUrl:
-            return {store.GetOmCdnByPassUrl()};
+            return store.GetOmCdnByPassUrl();
         case Source::ThumbnailFolder:
-            return {root + L"\\" + grs::settings::kThumbnailLeaf + L"\\", true};
+            return root + L"\\" + grs::settings::kThumbnailLeaf + L"\\";
         case Source::LcdThumbnailFolder:
-            return {root + L"\\" + grs::settings::kLcdThumbnailLeaf + L"\\", true};
+            return root + L"\\" + grs::settings::kLcdThumbnailLeaf + L"\\";
         case Source::CacheFolder:
-            return {root, true};
+            return root;
         default:
-            return {};
+            return std::wstring();
     }
 }
 
@@ -155,12 +150,12 @@ void ClientInitialize::CreateSyncSettingFile() {
         // profile functions want the path in the ANSI code page.
         const std::string narrowPath = grs::WideToMultiByte(path, grs::kCodePageAnsi);
         for (const grs::settings::SettingKey& key : grs::settings::SyncSettingKeys()) {
-            const SyncValue value = ValueOf(key.source, store, show, root);
-            if (!value.narrow) {
-                wide.WriteIniKeyValue(key.name, value.text);
+            const std::wstring value = ValueOf(key.source, store, show, root);
+            if (!grs::settings::WrittenAsUtf8(key.source)) {
+                wide.WriteIniKeyValue(key.name, value);
             } else if (!narrowPath.empty()) {
                 IniFileHelperA narrow(narrowPath.c_str(), kSyncSettingSectionA);
-                narrow.WriteIniKeyValueA(grs::WideToUtf8(key.name), grs::WideToUtf8(value.text));
+                narrow.WriteIniKeyValueA(grs::WideToUtf8(key.name), grs::WideToUtf8(value));
             }
         }
         grs::settings::MarkAtRest(path);

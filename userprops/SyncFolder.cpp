@@ -21,6 +21,12 @@ constexpr char kCheckCacheFile[] = "ClientInitialize::CheckCacheFile";
 
 namespace Db = PropertyDb::MainDatabaseProvider;
 
+// The Win32 error of a failed step of the copy, on a line of its own after
+// the step's line (whose text the client's logs have always carried).
+void LogWin32Error(int line, const char* function, unsigned long error, const std::wstring& path) {
+    grs::log::Error(line, function, L"Win32 error " + std::to_wstring(error) + L": " + path);
+}
+
 void StartCacheCopy(const std::wstring& source, const std::wstring& destination) {
     // The thread owns copies of both paths; it never sees the rows.
     grs::StartWorker(__LINE__, kCheckPathInSyncFolder,
@@ -151,10 +157,6 @@ bool CopyCacheFileWith(const std::wstring& sourceFile, const std::wstring& desti
     const auto logCovered = [&] {
         grs::log::Info(__LINE__, kCopyCacheFile, L"CopySyncFolderToCache" + destinationFile + L" to be covered");
     };
-    const auto failed = [&destinationFile](unsigned long error, bool result) {
-        grs::log::Error(__LINE__, kCopyCacheFile, L"Win32 error " + std::to_wstring(error) + L": " + destinationFile);
-        return result;  // the Win32 error of a failed step, on a line of its own after the step's line
-    };
     {  // The open tells whether the destination was there: no attribute query per file, lines in the same order.
         grs::UniqueFile created(::CreateFileW(destinationFile.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_WRITE,
                                               nullptr, OPEN_ALWAYS, FILE_FLAG_OVERLAPPED, nullptr));
@@ -162,13 +164,15 @@ bool CopyCacheFileWith(const std::wstring& sourceFile, const std::wstring& desti
         if (!created) {
             if (::GetFileAttributesW(destinationFile.c_str()) != INVALID_FILE_ATTRIBUTES) logCovered();  // still there
             grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Create File Fail");
-            return failed(opened, true);
+            LogWin32Error(__LINE__, kCopyCacheFile, opened, destinationFile);
+            return true;
         }
         if (opened == ERROR_ALREADY_EXISTS) logCovered();
     }
     if (DWORD ok = ::CopyFileW(sourceFile.c_str(), destinationFile.c_str(), FALSE), error = ::GetLastError(); !ok) {
         grs::log::Error(__LINE__, kCopyCacheFile, destinationFile + L" Copy File Fail");
-        return failed(error, false);
+        LogWin32Error(__LINE__, kCopyCacheFile, error, destinationFile);
+        return false;
     }
     grs::log::Info(__LINE__, kCopyCacheFile,
                    L"CopySyncFolderToCache COPYSUCCESS = " + sourceFile + L" destPath = " + destinationFile);
@@ -184,8 +188,7 @@ bool ClientInitialize::CheckCacheFile(const std::wstring& sourceFolder, std::wst
             L"CopySyncFolderToCache CheckCacheFile srcPath = " + sourceFolder + L" destPath = " + destinationFolder);
         // The walk goes on: each file then reports its own failure.
         if (!grs::CreateFolderTree(destinationFolder))
-            grs::log::Error(__LINE__, kCheckCacheFile,
-                            L"Win32 error " + std::to_wstring(::GetLastError()) + L": " + destinationFolder);
+            LogWin32Error(__LINE__, kCheckCacheFile, ::GetLastError(), destinationFolder);
         WIN32_FIND_DATAW entry = {};
         grs::UniqueFind find(::FindFirstFileW((sourceFolder + L"\\*").c_str(), &entry));
         // Linked folders are not followed: a link up the tree would never end. A walk cut short is reported.
@@ -205,7 +208,7 @@ bool ClientInitialize::CheckCacheFile(const std::wstring& sourceFolder, std::wst
             }
         }
         if (const DWORD ended = ::GetLastError(); !grs::IsEndOfListing(ended))
-            grs::log::Error(__LINE__, kCheckCacheFile, L"Win32 error " + std::to_wstring(ended) + L": " + sourceFolder);
+            LogWin32Error(__LINE__, kCheckCacheFile, ended, sourceFolder);
         return true;
     });
 }

@@ -312,6 +312,34 @@ protected:
         EXPECT_GT(points, 0u) << operation.name;
     }
 
+    // A read-only operation at every fault point, single and persistent:
+    // where `run` says its outcome changed (false), a severity-5 line of
+    // `function` names the injected error. `arrange` runs before each point.
+    void ExpectEachChangeReported(const std::string& function, const std::function<void()>& arrange,
+                                  const std::function<bool()>& run) {
+        size_t points = 0;
+        for (const bool persistent : {false, true}) {
+            for (long failAt = 1; failAt <= kMaxFaultPoints; ++failAt) {
+                arrange();
+                ClientStandIn::ClearLogLines();
+                Injector().Arm(failAt, persistent);
+                const bool unchanged = run();
+                Injector().Disarm();
+                if (Injector().Calls() < failAt) break;
+                ++points;
+                if (unchanged) continue;
+                bool reported = false;
+                for (const auto& line : LogLinesOf(function))
+                    for (const InjectedFault& fault : Injector().Injected())
+                        reported = reported || (line.severity == 5 &&
+                                                line.message.find(std::to_wstring(fault.error)) != std::wstring::npos);
+                EXPECT_TRUE(reported) << function << (persistent ? " from call " : " at call ") << failAt;
+            }
+        }
+        std::cout << function << ": " << points << " fault points" << std::endl;
+        EXPECT_GT(points, 0u) << function;
+    }
+
     HkcuOverride hkcu;
     StandInSandbox sandbox;
 
@@ -471,31 +499,9 @@ INSTANTIATE_TEST_SUITE_P(Storage, EachOperation, ::testing::Range<size_t>(0, std
 // is there but cannot be read is reported with its error.
 TEST_F(FaultPoints, ServerAddressFileThatCannotBeReadIsReported) {
     const std::string region = "{\"cn\":{\"portal\":\"https://portal.example\"}}";
-    size_t points = 0;
-    for (const bool persistent : {false, true}) {
-        for (long failAt = 1; failAt <= kMaxFaultPoints; ++failAt) {
-            WriteFileBytes(ServerFile(), region);
-            ClientStandIn::ClearLogLines();
-            Injector().Arm(failAt, persistent);
-            bool loaded = false;
-            {
-                ServerConfigHelper helper;
-                loaded = helper.isFileExist(false);
-            }
-            Injector().Disarm();
-            if (Injector().Calls() < failAt) break;
-            ++points;
-            if (loaded) continue;
-            bool reported = false;
-            for (const auto& line : LogLinesOf("ServerConfigHelper::isFileExist"))
-                for (const InjectedFault& fault : Injector().Injected())
-                    reported = reported || (line.severity == 5 &&
-                                            line.message.find(std::to_wstring(fault.error)) != std::wstring::npos);
-            EXPECT_TRUE(reported) << (persistent ? "from call " : "at call ") << failAt;
-        }
-    }
-    std::cout << "isFileExist: " << points << " fault points" << std::endl;
-    EXPECT_GT(points, 0u);
+    ExpectEachChangeReported(
+        "ServerConfigHelper::isFileExist", [&] { WriteFileBytes(ServerFile(), region); },
+        [] { return ServerConfigHelper().isFileExist(false); });
 }
 
 // The sync folder's drive on a first start: a failed query may move the
@@ -503,27 +509,8 @@ TEST_F(FaultPoints, ServerAddressFileThatCannotBeReadIsReported) {
 TEST_F(FaultPoints, DriveChoiceMovedByAFailedQueryIsReported) {
     const std::wstring chosen = ClientInitialize::GetSyncCloudFolder();
     ASSERT_NE(chosen, L"");
-    size_t points = 0;
-    for (const bool persistent : {false, true}) {
-        for (long failAt = 1; failAt <= kMaxFaultPoints; ++failAt) {
-            ClientStandIn::ClearLogLines();
-            Injector().Arm(failAt, persistent);
-            const std::wstring now = ClientInitialize::GetSyncCloudFolder();
-            Injector().Disarm();
-            if (Injector().Calls() < failAt) break;
-            ++points;
-            if (now == chosen) continue;
-            bool reported = false;
-            for (const auto& line : LogLinesOf("ClientInitialize::GetSyncCloudFolder"))
-                for (const InjectedFault& fault : Injector().Injected())
-                    reported = reported || (line.severity == 5 &&
-                                            line.message.find(std::to_wstring(fault.error)) != std::wstring::npos);
-            EXPECT_TRUE(reported) << (persistent ? "from call " : "at call ") << failAt << ": "
-                                  << WideToUtf8(now);
-        }
-    }
-    std::cout << "GetSyncCloudFolder: " << points << " fault points" << std::endl;
-    EXPECT_GT(points, 0u);
+    ExpectEachChangeReported("ClientInitialize::GetSyncCloudFolder", [] {},
+                             [&chosen] { return ClientInitialize::GetSyncCloudFolder() == chosen; });
 }
 
 // A new import of a file or registry function needs its stand-in here, or

@@ -108,8 +108,8 @@ void ClientInitialize::GetSettings() {
                 !grs::CopyToField(show->VersionType, versionType))
                 return Outcome::Abandon;
 
-            show->IsAutoCheckUpdate = grs::settings::IsAutoCheckUpdateOn(autoCheckUpdate);
-            show->IsJoinUserExperiencePlan = grs::settings::JoinsExperiencePlan(joinPlan);
+            show->IsAutoCheckUpdate = grs::settings::ReadsOn(Key::IsAutoCheckUpdate, autoCheckUpdate);
+            show->IsJoinUserExperiencePlan = grs::settings::ReadsOn(Key::IsJoinUserExperiencePlan, joinPlan);
 
             ReconcileAutoStart(ini, *show, autoStart);
 

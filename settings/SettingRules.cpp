@@ -50,6 +50,10 @@ void SetValue(CIniFileW& ini, SyncKey key, const std::wstring& value) {
     SetValue(ini, kSyncSettingSection, Name(key), value);
 }
 
+bool ReadsOn(Key key, const std::wstring& value) {
+    return ReadsOn(KeyOf(key).reading, value).value_or(false);
+}
+
 const wchar_t* FlagValue(Key key, bool on) {
     const wchar_t* spelled = FlagSpelling(KeyOf(key).reading, on);
     return spelled ? spelled : FlagText(on);

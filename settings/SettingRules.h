@@ -300,7 +300,9 @@ std::wstring Read(CIniFileW& ini, SyncKey key);
 void SetValue(CIniFileW& ini, Key key, const std::wstring& value);
 void SetValue(CIniFileW& ini, SyncKey key, const std::wstring& value);
 
-// How this library writes a flag key on or off (its reading's spelling).
+// How the operations read a flag key's value (its row's reading), and how
+// they write it on or off.
+bool ReadsOn(Key key, const std::wstring& value);
 const wchar_t* FlagValue(Key key, bool on);
 
 // Sets `key` of section "Setting" only while it is missing or empty: a value

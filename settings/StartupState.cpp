@@ -51,7 +51,7 @@ bool ClientInitialize::IsFirstStartUp() {
                                         grs::settings::FlagValue(Key::IsFirstStartUp, false));
                 return grs::settings::Outcome::Save;
             });
-        return found && grs::settings::ReadsFirstStart(before);
+        return found && grs::settings::ReadsOn(Key::IsFirstStartUp, before);
     });
 }
 
@@ -66,7 +66,7 @@ bool ClientInitialize::IsNeedCreateShortcut() {
                 // other forms are rewritten with the same keys and values.
                 return grs::settings::Outcome::Save;
             });
-        return found && grs::settings::ReadsShortcutPending(flag);
+        return found && !grs::settings::ReadsOn(Key::NoticeCreateLink, flag);
     });
 }
 

@@ -18,11 +18,11 @@ using settings::Source;
 
 class KeyRules : public SettingsTest {
 protected:
-    // Whether section `section` of `path` has the key, empty or not.
-    static bool Holds(const std::wstring& path, const wchar_t* section, const wchar_t* key) {
+    // Whether "Setting.ini" has the key, empty or not.
+    bool Holds(const wchar_t* key) const {
         CIniFileW ini;
-        ini.Load(path);
-        CIniFileW::Section* found = ini.FindSection(section);
+        ini.Load(SettingPath());
+        CIniFileW::Section* found = ini.FindSection(L"Setting");
         return found != nullptr && found->FindKey(key) != nullptr;
     }
 
@@ -70,7 +70,7 @@ TEST_F(KeyRules, EveryKeyIsTreatedAsItsRowSays) {
     const Start start = RunAStart();
     for (const SettingKey& key : settings::SettingKeys()) {
         SCOPED_TRACE(WideToUtf8(key.name));
-        const bool holds = Holds(SettingPath(), L"Setting", key.name);
+        const bool holds = Holds(key.name);
         switch (key.absent) {
             case Absent::Filled:
                 EXPECT_EQ(Setting(key.name), Given(key));

@@ -226,7 +226,8 @@ std::vector<StepCase> StepCases() {
         getSettingsFloor();
         if (Exists(setting)) ReadFileBytes(setting);
         SetAttributes(setting, FILE_ATTRIBUTE_NORMAL);
-        ::WritePrivateProfileStringW(L"Setting", L"ShowTabBar", L"0", setting.c_str());
+        ::WritePrivateProfileStringW(grs::settings::kSettingSection, grs::settings::Name(grs::settings::Key::ShowTabBar),
+                                     L"0", setting.c_str());
         SetAttributes(setting, kAtRest);
     };
 

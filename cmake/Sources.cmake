@@ -1,6 +1,6 @@
-# Which sources make up what, said once for the library's layers, the
-# inspection's copy of the pure decisions and the native fuzz build (a project
-# of its own). Absolute paths, from this file's place in the tree.
+# Which sources make up what, said once for the library's layers, the rules
+# and edges they share with the inspection, and the native fuzz build (a
+# project of its own). Absolute paths, from this file's place in the tree.
 get_filename_component(GRS_SOURCE_ROOT "${CMAKE_CURRENT_LIST_DIR}/.." ABSOLUTE)
 
 # The layers from the bottom up; dll packages them all.
@@ -15,21 +15,33 @@ set(GRS_KIT_SOURCES
     ${GRS_SOURCE_ROOT}/core/HashUtil.cpp
     ${GRS_SOURCE_ROOT}/core/FileIo.cpp)
 
-# Pure decisions and parsers: data in, data out, no exported class, no state of
-# the process. The inspection judges with them and the fuzz targets drive them.
-set(GRS_PURE_SOURCES
+# The rules: pure decisions, parsers and rule tables, data in and data out.
+# No logger, no parameter store, no collaborator, no file: what needs one
+# takes it as a parameter or stays in its layer (checked as the unit "rules"
+# below). Compiled once (grs_rules) and linked by the layers and the
+# inspection; the fuzz targets drive them.
+set(GRS_RULES_SOURCES
     ${GRS_SOURCE_ROOT}/core/IniFile.cpp
-    ${GRS_SOURCE_ROOT}/core/Log.cpp
     ${GRS_SOURCE_ROOT}/serverconfig/RegionJson.cpp
     ${GRS_SOURCE_ROOT}/serverconfig/ServerRegion.cpp
     ${GRS_SOURCE_ROOT}/route/RouteDetail.cpp
-    ${GRS_SOURCE_ROOT}/route/RouteJson.cpp
     ${GRS_SOURCE_ROOT}/settings/SettingRules.cpp)
 
-# The sources of one layer: every source of its folder but the kit's.
+# What the inspection needs of the layers beside the rules: the logger, the
+# settings document's file edge, the route record's JSON form and the
+# parameter-store setters. Compiled once too (grs_edges), linked by the layers
+# and the inspection; these belong to their folders' layers.
+set(GRS_EDGE_SOURCES
+    ${GRS_SOURCE_ROOT}/core/Log.cpp
+    ${GRS_SOURCE_ROOT}/core/IniFileIo.cpp
+    ${GRS_SOURCE_ROOT}/route/RouteJson.cpp
+    ${GRS_SOURCE_ROOT}/route/RouteSetters.cpp)
+
+# The sources of one layer: every source of its folder but the kit's, the
+# rules' and the edges' (each compiled once, in its own library).
 function(grs_layer_sources name out)
   file(GLOB sources CONFIGURE_DEPENDS ${GRS_SOURCE_ROOT}/${name}/*.cpp)
-  list(REMOVE_ITEM sources ${GRS_KIT_SOURCES})
+  list(REMOVE_ITEM sources ${GRS_KIT_SOURCES} ${GRS_RULES_SOURCES} ${GRS_EDGE_SOURCES})
   set(${out} ${sources} PARENT_SCOPE)
 endfunction()
 
@@ -40,6 +52,13 @@ endfunction()
 set(GRS_UNIT_PATHS_kit core/UniqueResource.h core/TextUtil.h core/TextUtil.cpp core/PathUtil.h
                        core/PathUtil.cpp core/FileIo.h core/FileIo.cpp core/HashUtil.h core/HashUtil.cpp)
 set(GRS_UNIT_PATHS_collaborators include/globalrootservice/collaborators)
+# The rules (GRS_RULES_SOURCES and the headers they offer): pure, so they may
+# use the kit's text and file types but never the logger, Guarded, the
+# collaborators or a layer.
+set(GRS_UNIT_PATHS_rules core/IniFile.h core/IniFile.cpp core/IniText.h serverconfig/JsonConfig.h
+                         serverconfig/RegionJson.h serverconfig/RegionJson.cpp serverconfig/ServerRegion.h
+                         serverconfig/ServerRegion.cpp include/globalrootservice/ServiceAddressEnum.h
+                         route/RouteDetail.h route/RouteDetail.cpp settings/SettingRules.h settings/SettingRules.cpp)
 set(GRS_UNIT_PATHS_core core include/globalrootservice/GlobalRootServiceExport.h
                         include/globalrootservice/IniFileHelper.h)
 set(GRS_UNIT_PATHS_serverconfig serverconfig include/globalrootservice/ServerConfigHelper.h
@@ -57,14 +76,15 @@ set(GRS_UNIT_PATHS_public include/globalrootservice)
 
 set(GRS_UNIT_USES_kit "")
 set(GRS_UNIT_USES_collaborators "")
-set(GRS_UNIT_USES_core kit collaborators)
-set(GRS_UNIT_USES_serverconfig core kit collaborators)
-set(GRS_UNIT_USES_route serverconfig core kit collaborators)
-set(GRS_UNIT_USES_settings core kit collaborators)
-set(GRS_UNIT_USES_userprops settings core kit collaborators)
-set(GRS_UNIT_USES_dll route userprops serverconfig settings core kit collaborators)
+set(GRS_UNIT_USES_rules kit)
+set(GRS_UNIT_USES_core rules kit collaborators)
+set(GRS_UNIT_USES_serverconfig core rules kit collaborators)
+set(GRS_UNIT_USES_route serverconfig core rules kit collaborators)
+set(GRS_UNIT_USES_settings core rules kit collaborators)
+set(GRS_UNIT_USES_userprops settings core rules kit collaborators)
+set(GRS_UNIT_USES_dll route userprops serverconfig settings core rules kit collaborators)
 set(GRS_UNIT_USES_standin support kit collaborators)
 set(GRS_UNIT_USES_support kit collaborators)
 # A public header that no entry above claims belongs to no layer.
 set(GRS_UNIT_USES_public "")
-set(GRS_UNITS kit collaborators core serverconfig route settings userprops dll standin support public)
+set(GRS_UNITS kit collaborators rules core serverconfig route settings userprops dll standin support public)

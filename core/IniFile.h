@@ -43,6 +43,10 @@ enum class IniEncoding {
 // rules above (a byte-order mark decides first). Pure.
 std::wstring DecodeIniBytes(const std::string& bytes, IniEncoding& encoding);
 
+// The bytes of `text` in `encoding`; the encoding becomes UTF-16LE where the
+// one asked for cannot carry the text or would read back otherwise. Pure.
+std::string EncodeIniText(const std::wstring& text, IniEncoding& encoding);
+
 }  // namespace grs
 
 class CIniFileW {
@@ -99,6 +103,8 @@ public:
     // turn into another key or section.
     void ParseText(const std::wstring& text);
     std::wstring RenderText() const;
+    // The same, counting the entries left out and the values cut.
+    std::wstring RenderText(size_t& leftOut, size_t& cut) const;
 
     grs::IniEncoding Encoding() const { return m_encoding; }
 

@@ -77,7 +77,8 @@ void WaitForBaseUri(const host::Sandbox& sandbox) {
         // The value first: once it is saved, attributes at rest mean the
         // worker has also hidden the file again.
         wchar_t value[1024] = {};
-        ::GetPrivateProfileStringW(L"SyncSetting", L"BaseUri", L"", value, 1024, path.c_str());
+        ::GetPrivateProfileStringW(grs::settings::kSyncSettingSection, grs::settings::Name(grs::settings::SyncKey::BaseUri),
+                                   L"", value, 1024, path.c_str());
         const DWORD attributes = ::GetFileAttributesW(path.c_str());
         if (address == value && attributes != INVALID_FILE_ATTRIBUTES && (attributes & kAtRest) == kAtRest) return;
         ::Sleep(20);

@@ -31,7 +31,7 @@ bool ReadAutoStart(const FileSnapshot& file, std::wstring& value) {
     grs::IniEncoding encoding = grs::IniEncoding::Utf16Le;
     CIniFileW document;
     document.ParseText(grs::DecodeIniBytes(file.bytes, encoding));
-    value = document.GetValue(grs::settings::kSettingSection, L"IsAutoStartUp", std::wstring());
+    value = grs::settings::Read(document, grs::settings::Key::IsAutoStartUp);
     return true;
 }
 

@@ -8,6 +8,7 @@
 #include "core/TextUtil.h"
 #include "inspect/InspectDetail.h"
 #include "route/RouteDetail.h"
+#include "route/RouteSetters.h"
 #include "globalrootservice/ZRVInfo.h"
 
 namespace inspect {

@@ -150,7 +150,7 @@ Verdict AbsentVerdict(const SettingKey& key, bool missing, const Facts& facts) {
                 return Say(Severity::Ok,
                            "empty, as written at creation: the error limiting time is then taken from "
                            "\"IsJoinUserExperiencePlan\" (" +
-                               std::to_string(readings::ErrorLimitingTimeFrom(facts.Value(L"IsJoinUserExperiencePlan"))) +
+                               std::to_string(readings::ErrorLimitingTimeFrom(facts.Value(Name(readings::Key::IsJoinUserExperiencePlan)))) +
                                ")");
             }
             return Say(Severity::Ok, "empty, as written at creation");
@@ -159,7 +159,7 @@ Verdict AbsentVerdict(const SettingKey& key, bool missing, const Facts& facts) {
                 return Say(Severity::Note, state +
                                                ": the next start takes start with Windows from the Run value and "
                                                "records it here");
-            if (facts.Value(L"IsAutoStartUp").empty())
+            if (facts.Value(Name(readings::Key::IsAutoStartUp)).empty())
                 return Say(Severity::Note, state +
                                                ": the next start writes \"1\" or \"0\" with \"IsAutoStartUp\", "
                                                "as the Run value says");
@@ -195,7 +195,7 @@ std::wstring CacheRootDigest(const std::wstring& root) {
 }
 
 Verdict ThumbnailVerdict(const std::wstring& value, const wchar_t* leaf, const Facts& facts) {
-    const std::wstring root = facts.Value(L"CatchFolder");
+    const std::wstring root = facts.Value(Name(readings::SyncKey::CatchFolder));
     const std::wstring expected = root + L"\\" + leaf + L"\\";
     if (root.empty() || value == expected) return Say(Severity::Ok, "");
     return Say(Severity::Note,
@@ -221,7 +221,7 @@ Verdict CacheFolderVerdict(const std::wstring& value, const Facts& facts) {
 Verdict ValueVerdict(const SettingKey& key, const std::wstring& value, const Facts& facts) {
     switch (key.source) {
         case Source::MacAddress:
-            if (value == readings::kMacAddressPrefix + facts.Value(L"deviceUUid")) return Say(Severity::Ok, "");
+            if (value == readings::kMacAddressPrefix + facts.Value(Name(readings::SyncKey::deviceUUid))) return Say(Severity::Ok, "");
             return Say(Severity::Warning, "not \"SYNC\" followed by \"deviceUUid\": written on another device?");
         case Source::ThumbnailFolder:
             return ThumbnailVerdict(value, readings::kThumbnailLeaf, facts);

@@ -122,13 +122,14 @@ std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const 
                              setting + ")");
         }
     } else if (autoStart != nullptr) {
+        const std::string autoStartKey = grs::WideToUtf8(readings::Name(readings::Key::IsAutoStartUp));
         if (choice == readings::AutoStartCase::On) {
-            findings.Add("IsAutoStartUp", Severity::Ok, "registered, as the settings say (" + setting + ")");
+            findings.Add(autoStartKey, Severity::Ok, "registered, as the settings say (" + setting + ")");
         } else if (choice == readings::AutoStartCase::Empty) {
-            findings.Add("IsAutoStartUp", Severity::Note,
+            findings.Add(autoStartKey, Severity::Note,
                          "registered; the next start records \"IsAutoStartUp=1\" (" + setting + ")");
         } else {
-            findings.Add("IsAutoStartUp", Severity::Warning,
+            findings.Add(autoStartKey, Severity::Warning,
                          "registered although the settings say off: the next start removes it (" + setting + ")");
         }
     }

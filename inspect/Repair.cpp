@@ -146,9 +146,10 @@ void PlanIni(const IniFileRules& file, const FileSnapshot& snapshot, const std::
     }
     PlanDocumentEdits(document, file, plan);
     if (autoStart) {
-        *autoStart = document.GetValue(file.section, L"IsAutoStartUp", std::wstring());
+        *autoStart = document.GetValue(file.section, rules::Name(rules::Key::IsAutoStartUp), std::wstring());
         for (const Fix& fix : plan)
-            if (fix.action == "set-value" && fix.key == "IsAutoStartUp") *autoStart = fix.to;
+            if (fix.action == "set-value" && fix.key == grs::WideToUtf8(rules::Name(rules::Key::IsAutoStartUp)))
+                *autoStart = fix.to;
     }
 }
 
@@ -165,7 +166,7 @@ void PlanRunValue(const Snapshot& snapshot, const Context& context, const std::w
         // It answers "registered although the settings say off" where that was said.
         std::string key = valueName;
         for (const Finding& finding : findings)
-            if (finding.area == kAreaStartWithWindows && finding.key == "IsAutoStartUp" &&
+            if (finding.area == kAreaStartWithWindows && finding.key == grs::WideToUtf8(rules::Name(rules::Key::IsAutoStartUp)) &&
                 finding.severity >= Severity::Warning)
                 key = finding.key;
         plan.push_back(Fix{kAreaStartWithWindows, key, "remove-run-value", L"", snapshot.run.data, L""});

@@ -5,6 +5,7 @@
 #include "core/Log.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "route/RouteDetail.h"
+#include "route/RouteSetters.h"
 #include "globalrootservice/Zorvane.h"
 
 namespace {

@@ -12,7 +12,6 @@
 
 #include "core/TextUtil.h"
 
-class GlobalParamWrapper;
 struct st_ZRVInfo;
 
 namespace grs::route {
@@ -68,19 +67,5 @@ CacheFreshness JudgeRouteCache(const std::string& currentTime, const std::string
 // is null). It views `groups`, which must outlive it.
 RouteTable FlattenRoutes(const ServiceGroups& groups, const std::wstring& packageName,
                          bool (*wanted)(std::wstring_view key) = nullptr);
-
-// The parameter-store setter of one service key, and the prefix of the log
-// line it writes (null: none).
-struct RouteSetter {
-    const wchar_t* key;
-    void (GlobalParamWrapper::*set)(const std::wstring&);
-    const wchar_t* logPrefix;
-};
-
-// The setter for a key (exact, case-sensitive), null when the key is unknown.
-const RouteSetter* FindRouteSetter(std::wstring_view key);
-
-// Every key that has a setter, in the order keys are compared.
-std::vector<std::wstring> RouteSetterKeys();
 
 }  // namespace grs::route

@@ -8,7 +8,7 @@
 #include "settings/SettingRules.h"
 #include "settings/SettingsFiles.h"
 
-using grs::settings::kSettingSection;
+using grs::settings::Key;
 
 namespace {
 
@@ -21,10 +21,6 @@ constexpr char kUpdateSettings[] = "ClientInitialize::UpdateSettings";
 // The client version this library was built for; the property record always
 // carries it, whatever an older "Setting.ini" says.
 constexpr char kClientVersion[] = "17.0.0.300";
-
-std::wstring Read(CIniFileW& ini, const wchar_t* key) {
-    return ini.GetValue(kSettingSection, key, std::wstring());
-}
 
 // Brings the record's auto-start state, the file and the Run registration in line with each other. The file decides,
 // except when it says nothing: then the registration does. COMPAT: a Run value that cannot be read (access denied, an
@@ -43,8 +39,10 @@ void ReconcileAutoStart(CIniFileW& ini, st_UserPropertiesShow& show, const std::
     show.IsAutoStartUp = plan.autoStart ? 1 : 0;
     if (plan.setAutoCheckUpdate) show.IsAutoCheckUpdate = plan.autoStart;
     if (plan.writeFile) {
-        ClientInitialize::WriteSettingFile(ini, L"IsAutoStartUp", grs::settings::FlagText(plan.autoStart));
-        ClientInitialize::WriteSettingFile(ini, L"IsAutoCheckUpdate", grs::settings::FlagText(plan.autoStart));
+        ClientInitialize::WriteSettingFile(ini, grs::settings::Name(Key::IsAutoStartUp),
+                                           grs::settings::FlagValue(Key::IsAutoStartUp, plan.autoStart));
+        ClientInitialize::WriteSettingFile(ini, grs::settings::Name(Key::IsAutoCheckUpdate),
+                                           grs::settings::FlagValue(Key::IsAutoCheckUpdate, plan.autoStart));
     }
     if (plan.registration != RunRegistration::Keep) {
         ClientInitialize::RegisterStartingIsOpen(plan.registration == RunRegistration::Register);
@@ -91,14 +89,15 @@ void ClientInitialize::GetSettings() {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kGetSettings, [](CIniFileW& ini) {
             using grs::settings::Outcome;
-            // "Version" and "FirstStart" decide nothing here: the record's
-            // version is the built-in one.
-            const std::wstring language = Read(ini, L"Language");
-            const std::wstring versionType = Read(ini, L"VersionType");
-            const std::wstring autoCheckUpdate = Read(ini, L"IsAutoCheckUpdate");
-            const std::wstring autoStart = Read(ini, L"IsAutoStartUp");
-            const std::wstring joinPlan = Read(ini, L"IsJoinUserExperiencePlan");
-            const std::wstring errorLimitingTime = Read(ini, L"ErrorLimitingTime");
+            using grs::settings::Read;
+            // The version and the first-start mark decide nothing here: the
+            // record's version is the built-in one.
+            const std::wstring language = Read(ini, Key::Language);
+            const std::wstring versionType = Read(ini, Key::VersionType);
+            const std::wstring autoCheckUpdate = Read(ini, Key::IsAutoCheckUpdate);
+            const std::wstring autoStart = Read(ini, Key::IsAutoStartUp);
+            const std::wstring joinPlan = Read(ini, Key::IsJoinUserExperiencePlan);
+            const std::wstring errorLimitingTime = Read(ini, Key::ErrorLimitingTime);
 
             GlobalParamWrapper& store = grs::settings::Store();
             st_UserPropertiesShow* show = store.GetUserPropertiesShow();
@@ -109,8 +108,8 @@ void ClientInitialize::GetSettings() {
                 !grs::CopyToField(show->VersionType, versionType))
                 return Outcome::Abandon;
 
-            show->IsAutoCheckUpdate = grs::settings::IsAutoCheckUpdateOn(autoCheckUpdate);
-            show->IsJoinUserExperiencePlan = grs::settings::JoinsExperiencePlan(joinPlan);
+            show->IsAutoCheckUpdate = grs::settings::ReadsOn(Key::IsAutoCheckUpdate, autoCheckUpdate);
+            show->IsJoinUserExperiencePlan = grs::settings::ReadsOn(Key::IsJoinUserExperiencePlan, joinPlan);
 
             ReconcileAutoStart(ini, *show, autoStart);
 
@@ -128,17 +127,19 @@ void ClientInitialize::UpdateSettings() {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kUpdateSettings, [](CIniFileW& ini) {
             using grs::FieldText;
-            using grs::settings::FlagText;
+            using grs::settings::FlagValue;
             using grs::settings::SetValue;
             GlobalParamWrapper& store = grs::settings::Store();
             if (const st_UserPropertiesShow* show = store.GetUserPropertiesShow()) {
                 // Only the Chinese client lets the user change the language.
                 if (store.GetLocalLanguage() == L"zh-CN")
-                    SetValue(ini, kSettingSection, L"Language", FieldText(show->Language));
-                SetValue(ini, kSettingSection, L"Version", FieldText(show->Version));
-                SetValue(ini, kSettingSection, L"IsAutoCheckUpdate", FlagText(show->IsAutoCheckUpdate));
-                SetValue(ini, kSettingSection, L"IsJoinUserExperiencePlan", FlagText(show->IsJoinUserExperiencePlan));
-                SetValue(ini, kSettingSection, L"IsAutoStartUp", std::to_wstring(show->IsAutoStartUp));
+                    SetValue(ini, Key::Language, FieldText(show->Language));
+                SetValue(ini, Key::Version, FieldText(show->Version));
+                SetValue(ini, Key::IsAutoCheckUpdate, FlagValue(Key::IsAutoCheckUpdate, show->IsAutoCheckUpdate));
+                SetValue(ini, Key::IsJoinUserExperiencePlan,
+                         FlagValue(Key::IsJoinUserExperiencePlan, show->IsJoinUserExperiencePlan));
+                // The record's number as it stands, not only 0 or 1.
+                SetValue(ini, Key::IsAutoStartUp, std::to_wstring(show->IsAutoStartUp));
             }
             return grs::settings::Outcome::Save;
         });

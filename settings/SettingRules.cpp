@@ -14,74 +14,49 @@ void FillIfEmpty(CIniFileW& ini, const std::wstring& key, const std::wstring& va
     if (ini.GetValue(kSettingSection, key, std::wstring()).empty()) SetValue(ini, kSettingSection, key, value);
 }
 
+namespace {
+template <typename Handle, size_t N>
+std::vector<SettingKey> KeysOf(const KeyRow<Handle> (&rows)[N]) {
+    std::vector<SettingKey> keys;
+    keys.reserve(N);
+    for (const KeyRow<Handle>& row : rows) keys.push_back(row.key);
+    return keys;
+}
+}  // namespace
+
 const std::vector<SettingKey>& SettingKeys() {
-    using A = Absent;
-    using R = Reading;
-    using S = Source;
-    static const std::vector<SettingKey> keys = {
-        // Written by CreateSettingFile, in its order.
-        {L"Language", S::LocalLanguage, nullptr, A::Filled, R::RecordText},
-        {L"InstallLanguage", S::InstallLanguage, nullptr, A::Filled, R::Kept},
-        {L"CheckTime", S::Literal, L"", A::AddedEmpty, R::Kept},
-        {L"IsJoinUserExperiencePlan", S::Literal, L"true", A::Filled, R::JoinPlan},
-        {L"Platform", S::Literal, L"x64", A::Filled, R::ClientPlatform},
-        {L"DiscreteTime", S::Literal, L"1440", A::Filled, R::Kept},
-        {L"SapceOMVersion", S::Literal, L"0", A::Filled, R::Kept},  // COMPAT: the misspelling is part of the file format
-        {L"NoticeOMVersion", S::Literal, L"0", A::Filled, R::Kept},
-        {L"Version", S::CallerVersion, nullptr, A::Filled, R::Kept},
-        {L"ErrorLimitingTime", S::Literal, L"", A::AddedEmpty, R::ErrorLimit},
-        {L"IsGuidRun", S::Literal, L"0", A::Filled, R::Kept},
-        {L"IsOpenSyncGuide", S::Literal, L"0", A::Filled, R::Kept},
-        {L"DmpUploadUrl", S::DmpUploadUrl, nullptr, A::Filled, R::Kept},
-        {L"LogPingUrl", S::LogPingUrl, nullptr, A::Filled, R::Kept},
-        // Read or written by the other operations.
-        {L"VersionType", S::None, nullptr, A::Optional, R::RecordText},
-        {L"IsAutoCheckUpdate", S::None, nullptr, A::FromRunValue, R::AutoCheckUpdate},
-        {L"IsAutoStartUp", S::None, nullptr, A::FromRunValue, R::AutoStart},
-        {L"FirstStart", S::None, nullptr, A::Optional, R::Discarded},
-        {L"IsFirstStartUp", S::None, nullptr, A::FirstStartCheck, R::FirstStart},
-        {L"NoticeCreateLink", S::None, nullptr, A::ShortcutOffered, R::ShortcutSettled},
-        {L"InstallTime", S::None, nullptr, A::Optional, R::Kept},
-        {L"UpgradeTime", S::None, nullptr, A::Optional, R::Kept},
-        {L"ShowTabBar", S::None, nullptr, A::AfterSignIn, R::Kept},
-    };
+    static const std::vector<SettingKey> keys = KeysOf(kSettingRows);
     return keys;
 }
 
 const std::vector<SettingKey>& SyncSettingKeys() {
-    using A = Absent;
-    using R = Reading;
-    using S = Source;
-    static const std::vector<SettingKey> keys = {
-        {L"ServerUrl", S::SyncServerUrl, nullptr, A::Rewritten, R::Address},
-        {L"FamilyShareUrl", S::FamilyShareUrl, nullptr, A::Rewritten, R::Address},
-        {L"NspUrl", S::NspUrl, nullptr, A::Rewritten, R::Address},
-        {L"HelpAndServiceUrl", S::HelpAndServiceUrl, nullptr, A::Rewritten, R::Address},
-        {L"UserinformationUrl", S::UserInformationUrl, nullptr, A::Rewritten, R::Address},
-        {L"MacAddressEncrypt", S::MacAddress, nullptr, A::Rewritten, R::Kept},
-        {L"deviceUUid", S::DeviceId, nullptr, A::Rewritten, R::Kept},
-        {L"PcVersion", S::RecordVersion, nullptr, A::Rewritten, R::Kept},
-        {L"ConfigBasic", S::ConfigBasicUrl, nullptr, A::Rewritten, R::Address},
-        {L"BusinessUrl", S::BusinessUrl, nullptr, A::Rewritten, R::Address},
-        {L"BaseUri", S::BaseUri, nullptr, A::Rewritten, R::Address},
-        {L"UBAUri", S::UbaUrl, nullptr, A::Rewritten, R::Address},
-        {L"PCModel", S::PcModel, nullptr, A::Rewritten, R::Kept},
-        {L"BasicUrl", S::BasicUrl, nullptr, A::Rewritten, R::Address},
-        {L"OpenSource", S::OpenSource, nullptr, A::Rewritten, R::Address},
-        {L"Portal", S::PortalUrl, nullptr, A::Rewritten, R::Address},
-        {L"OmCdnUrl", S::OmCdnUrl, nullptr, A::Rewritten, R::Address},
-        {L"OmCdnByPassUrl", S::OmCdnByPassUrl, nullptr, A::Rewritten, R::Address},
-        {L"ThumbnailRootFolder", S::ThumbnailFolder, nullptr, A::Rewritten, R::Kept},
-        {L"LcdThumbnailRootFolder", S::LcdThumbnailFolder, nullptr, A::Rewritten, R::Kept},
-        {L"CatchFolder", S::CacheFolder, nullptr, A::Rewritten, R::Kept},
-    };
+    static const std::vector<SettingKey> keys = KeysOf(kSyncSettingRows);
     return keys;
 }
 
-const SettingKey* FindSettingKey(const std::vector<SettingKey>& keys, const std::wstring& name) {
-    for (const SettingKey& key : keys)
-        if (name == key.name) return &key;
-    return nullptr;
+std::wstring Read(CIniFileW& ini, Key key) {
+    return ini.GetValue(kSettingSection, Name(key), std::wstring());
+}
+
+std::wstring Read(CIniFileW& ini, SyncKey key) {
+    return ini.GetValue(kSyncSettingSection, Name(key), std::wstring());
+}
+
+void SetValue(CIniFileW& ini, Key key, const std::wstring& value) {
+    SetValue(ini, kSettingSection, Name(key), value);
+}
+
+void SetValue(CIniFileW& ini, SyncKey key, const std::wstring& value) {
+    SetValue(ini, kSyncSettingSection, Name(key), value);
+}
+
+bool ReadsOn(Key key, const std::wstring& value) {
+    return ReadsOn(KeyOf(key).reading, value).value_or(false);
+}
+
+const wchar_t* FlagValue(Key key, bool on) {
+    const wchar_t* spelled = FlagSpelling(KeyOf(key).reading, on);
+    return spelled ? spelled : FlagText(on);
 }
 
 std::vector<std::pair<const wchar_t*, std::wstring>> DefaultSettings(const SettingDefaults& defaults) {

@@ -101,9 +101,156 @@ struct SettingKey {
     Reading reading;
 };
 
-// Every key this library writes or reads, per file: "Setting.ini" with the
-// keys CreateSettingFile writes first, in its order; "SyncSetting.ini" in
-// CreateSyncSettingFile's order.
+// The handles the operations read and write through: one per row of the
+// tables below, in the rows' order (checked at compile time). A key is added
+// or changed here and nowhere else.
+enum class Key {
+    // Written by CreateSettingFile, in its order.
+    Language,
+    InstallLanguage,
+    CheckTime,
+    IsJoinUserExperiencePlan,
+    Platform,
+    DiscreteTime,
+    SapceOMVersion,
+    NoticeOMVersion,
+    Version,
+    ErrorLimitingTime,
+    IsGuidRun,
+    IsOpenSyncGuide,
+    DmpUploadUrl,
+    LogPingUrl,
+    // Read or written by the other operations.
+    VersionType,
+    IsAutoCheckUpdate,
+    IsAutoStartUp,
+    FirstStart,
+    IsFirstStartUp,
+    NoticeCreateLink,
+    InstallTime,
+    UpgradeTime,
+    ShowTabBar,
+    Count
+};
+
+// "SyncSetting.ini", in CreateSyncSettingFile's order.
+enum class SyncKey {
+    ServerUrl,
+    FamilyShareUrl,
+    NspUrl,
+    HelpAndServiceUrl,
+    UserinformationUrl,
+    MacAddressEncrypt,
+    deviceUUid,
+    PcVersion,
+    ConfigBasic,
+    BusinessUrl,
+    BaseUri,
+    UBAUri,
+    PCModel,
+    BasicUrl,
+    OpenSource,
+    Portal,
+    OmCdnUrl,
+    OmCdnByPassUrl,
+    ThumbnailRootFolder,
+    LcdThumbnailRootFolder,
+    CatchFolder,
+    Count
+};
+
+template <typename Handle>
+struct KeyRow {
+    Handle handle;
+    SettingKey key;
+};
+
+// Every key this library writes or reads, per file.
+inline constexpr KeyRow<Key> kSettingRows[] = {
+    {Key::Language, {L"Language", Source::LocalLanguage, nullptr, Absent::Filled, Reading::RecordText}},
+    {Key::InstallLanguage, {L"InstallLanguage", Source::InstallLanguage, nullptr, Absent::Filled, Reading::Kept}},
+    {Key::CheckTime, {L"CheckTime", Source::Literal, L"", Absent::AddedEmpty, Reading::Kept}},
+    {Key::IsJoinUserExperiencePlan,
+     {L"IsJoinUserExperiencePlan", Source::Literal, L"true", Absent::Filled, Reading::JoinPlan}},
+    {Key::Platform, {L"Platform", Source::Literal, L"x64", Absent::Filled, Reading::ClientPlatform}},
+    {Key::DiscreteTime, {L"DiscreteTime", Source::Literal, L"1440", Absent::Filled, Reading::Kept}},
+    // COMPAT: the misspelling is part of the file format.
+    {Key::SapceOMVersion, {L"SapceOMVersion", Source::Literal, L"0", Absent::Filled, Reading::Kept}},
+    {Key::NoticeOMVersion, {L"NoticeOMVersion", Source::Literal, L"0", Absent::Filled, Reading::Kept}},
+    {Key::Version, {L"Version", Source::CallerVersion, nullptr, Absent::Filled, Reading::Kept}},
+    {Key::ErrorLimitingTime, {L"ErrorLimitingTime", Source::Literal, L"", Absent::AddedEmpty, Reading::ErrorLimit}},
+    {Key::IsGuidRun, {L"IsGuidRun", Source::Literal, L"0", Absent::Filled, Reading::Kept}},
+    {Key::IsOpenSyncGuide, {L"IsOpenSyncGuide", Source::Literal, L"0", Absent::Filled, Reading::Kept}},
+    {Key::DmpUploadUrl, {L"DmpUploadUrl", Source::DmpUploadUrl, nullptr, Absent::Filled, Reading::Kept}},
+    {Key::LogPingUrl, {L"LogPingUrl", Source::LogPingUrl, nullptr, Absent::Filled, Reading::Kept}},
+    {Key::VersionType, {L"VersionType", Source::None, nullptr, Absent::Optional, Reading::RecordText}},
+    {Key::IsAutoCheckUpdate,
+     {L"IsAutoCheckUpdate", Source::None, nullptr, Absent::FromRunValue, Reading::AutoCheckUpdate}},
+    {Key::IsAutoStartUp, {L"IsAutoStartUp", Source::None, nullptr, Absent::FromRunValue, Reading::AutoStart}},
+    {Key::FirstStart, {L"FirstStart", Source::None, nullptr, Absent::Optional, Reading::Discarded}},
+    {Key::IsFirstStartUp, {L"IsFirstStartUp", Source::None, nullptr, Absent::FirstStartCheck, Reading::FirstStart}},
+    {Key::NoticeCreateLink,
+     {L"NoticeCreateLink", Source::None, nullptr, Absent::ShortcutOffered, Reading::ShortcutSettled}},
+    {Key::InstallTime, {L"InstallTime", Source::None, nullptr, Absent::Optional, Reading::Kept}},
+    {Key::UpgradeTime, {L"UpgradeTime", Source::None, nullptr, Absent::Optional, Reading::Kept}},
+    {Key::ShowTabBar, {L"ShowTabBar", Source::None, nullptr, Absent::AfterSignIn, Reading::Kept}},
+};
+
+inline constexpr KeyRow<SyncKey> kSyncSettingRows[] = {
+    {SyncKey::ServerUrl, {L"ServerUrl", Source::SyncServerUrl, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::FamilyShareUrl,
+     {L"FamilyShareUrl", Source::FamilyShareUrl, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::NspUrl, {L"NspUrl", Source::NspUrl, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::HelpAndServiceUrl,
+     {L"HelpAndServiceUrl", Source::HelpAndServiceUrl, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::UserinformationUrl,
+     {L"UserinformationUrl", Source::UserInformationUrl, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::MacAddressEncrypt, {L"MacAddressEncrypt", Source::MacAddress, nullptr, Absent::Rewritten, Reading::Kept}},
+    {SyncKey::deviceUUid, {L"deviceUUid", Source::DeviceId, nullptr, Absent::Rewritten, Reading::Kept}},
+    {SyncKey::PcVersion, {L"PcVersion", Source::RecordVersion, nullptr, Absent::Rewritten, Reading::Kept}},
+    {SyncKey::ConfigBasic, {L"ConfigBasic", Source::ConfigBasicUrl, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::BusinessUrl, {L"BusinessUrl", Source::BusinessUrl, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::BaseUri, {L"BaseUri", Source::BaseUri, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::UBAUri, {L"UBAUri", Source::UbaUrl, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::PCModel, {L"PCModel", Source::PcModel, nullptr, Absent::Rewritten, Reading::Kept}},
+    {SyncKey::BasicUrl, {L"BasicUrl", Source::BasicUrl, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::OpenSource, {L"OpenSource", Source::OpenSource, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::Portal, {L"Portal", Source::PortalUrl, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::OmCdnUrl, {L"OmCdnUrl", Source::OmCdnUrl, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::OmCdnByPassUrl,
+     {L"OmCdnByPassUrl", Source::OmCdnByPassUrl, nullptr, Absent::Rewritten, Reading::Address}},
+    {SyncKey::ThumbnailRootFolder,
+     {L"ThumbnailRootFolder", Source::ThumbnailFolder, nullptr, Absent::Rewritten, Reading::Kept}},
+    {SyncKey::LcdThumbnailRootFolder,
+     {L"LcdThumbnailRootFolder", Source::LcdThumbnailFolder, nullptr, Absent::Rewritten, Reading::Kept}},
+    {SyncKey::CatchFolder, {L"CatchFolder", Source::CacheFolder, nullptr, Absent::Rewritten, Reading::Kept}},
+};
+
+// A handle names its own row: row i carries handle i, and every handle has one.
+template <typename Handle, size_t N>
+constexpr bool RowsFollowHandles(const KeyRow<Handle> (&rows)[N]) {
+    if (N != static_cast<size_t>(Handle::Count)) return false;
+    for (size_t i = 0; i < N; ++i)
+        if (rows[i].handle != static_cast<Handle>(i)) return false;
+    return true;
+}
+static_assert(RowsFollowHandles(kSettingRows), "a \"Setting.ini\" row out of its handle's place");
+static_assert(RowsFollowHandles(kSyncSettingRows), "a \"SyncSetting.ini\" row out of its handle's place");
+
+constexpr const SettingKey& KeyOf(Key key) {
+    return kSettingRows[static_cast<size_t>(key)].key;
+}
+constexpr const SettingKey& KeyOf(SyncKey key) {
+    return kSyncSettingRows[static_cast<size_t>(key)].key;
+}
+constexpr const wchar_t* Name(Key key) {
+    return KeyOf(key).name;
+}
+constexpr const wchar_t* Name(SyncKey key) {
+    return KeyOf(key).name;
+}
+
+// The rows in the tables' order, for those that walk every key.
 const std::vector<SettingKey>& SettingKeys();
 const std::vector<SettingKey>& SyncSettingKeys();
 
@@ -111,9 +258,6 @@ const std::vector<SettingKey>& SyncSettingKeys();
 // profile functions (the folders, which the sync component reads so); the
 // others go through the wide ones.
 bool WrittenAsUtf8(Source source);
-
-// The key of that exact name, or null.
-const SettingKey* FindSettingKey(const std::vector<SettingKey>& keys, const std::wstring& name);
 
 // The library's reading of a flag: on or off; nullopt for a reading that is
 // not a flag.
@@ -149,6 +293,17 @@ bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command);
 
 // Gets or adds the section and the key and assigns the value, overwriting.
 void SetValue(CIniFileW& ini, const wchar_t* section, const std::wstring& key, const std::wstring& value);
+
+// The value of a key of its file's section; empty when missing.
+std::wstring Read(CIniFileW& ini, Key key);
+std::wstring Read(CIniFileW& ini, SyncKey key);
+void SetValue(CIniFileW& ini, Key key, const std::wstring& value);
+void SetValue(CIniFileW& ini, SyncKey key, const std::wstring& value);
+
+// How the operations read a flag key's value (its row's reading), and how
+// they write it on or off.
+bool ReadsOn(Key key, const std::wstring& value);
+const wchar_t* FlagValue(Key key, bool on);
 
 // Sets `key` of section "Setting" only while it is missing or empty: a value
 // the user or the client has put there stays.

@@ -64,7 +64,8 @@ unsigned long WriteShowTabBar(bool showTabBar) {
     const std::wstring settingFile = SettingFilePath();
     MarkChanging(settingFile);
     const BOOL written =
-        ::WritePrivateProfileStringW(kSettingSection, L"ShowTabBar", FlagText(showTabBar), settingFile.c_str());
+        ::WritePrivateProfileStringW(kSettingSection, Name(Key::ShowTabBar), FlagValue(Key::ShowTabBar, showTabBar),
+                                     settingFile.c_str());
     // A failure that sets no error must not read as success.
     const DWORD error = written ? ERROR_SUCCESS : ::GetLastError() != ERROR_SUCCESS ? ::GetLastError() : ERROR_WRITE_FAULT;
     MarkAtRest(settingFile);

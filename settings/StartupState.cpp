@@ -12,7 +12,7 @@
 #include "globalrootservice/ClientInitialize.h"
 #include "settings/SettingsFiles.h"
 
-using grs::settings::kSettingSection;
+using grs::settings::Key;
 
 namespace {
 
@@ -46,11 +46,12 @@ bool ClientInitialize::IsFirstStartUp() {
         std::wstring before;
         const bool found =
             grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kIsFirstStartUp, [&](CIniFileW& ini) {
-                before = ini.GetValue(kSettingSection, L"IsFirstStartUp", std::wstring());
-                grs::settings::SetValue(ini, kSettingSection, L"IsFirstStartUp", L"false");
+                before = grs::settings::Read(ini, Key::IsFirstStartUp);
+                grs::settings::SetValue(ini, Key::IsFirstStartUp,
+                                        grs::settings::FlagValue(Key::IsFirstStartUp, false));
                 return grs::settings::Outcome::Save;
             });
-        return found && grs::settings::ReadsFirstStart(before);
+        return found && grs::settings::ReadsOn(Key::IsFirstStartUp, before);
     });
 }
 
@@ -60,12 +61,12 @@ bool ClientInitialize::IsNeedCreateShortcut() {
         std::wstring flag;
         const bool found = grs::settings::ChangeExistingFile(
             grs::settings::SettingFilePath(), kIsNeedCreateShortcut, [&](CIniFileW& ini) {
-                flag = ini.GetValue(kSettingSection, L"NoticeCreateLink", std::wstring());
+                flag = grs::settings::Read(ini, Key::NoticeCreateLink);
                 // Saved with no value changed: identical bytes are not written,
                 // other forms are rewritten with the same keys and values.
                 return grs::settings::Outcome::Save;
             });
-        return found && grs::settings::ReadsShortcutPending(flag);
+        return found && !grs::settings::ReadsOn(Key::NoticeCreateLink, flag);
     });
 }
 
@@ -73,7 +74,7 @@ void ClientInitialize::SetCreateShortcutFlag() {
     grs::settings::Guarded(__LINE__, kSetCreateShortcutFlag, [] {
         std::lock_guard<std::mutex> lock(grs::settings::SettingsLock());
         grs::settings::ChangeExistingFile(grs::settings::SettingFilePath(), kSetCreateShortcutFlag, [](CIniFileW& ini) {
-            grs::settings::SetValue(ini, kSettingSection, L"NoticeCreateLink", L"1");
+            grs::settings::SetValue(ini, Key::NoticeCreateLink, grs::settings::FlagValue(Key::NoticeCreateLink, true));
             return grs::settings::Outcome::Save;
         });
     });
@@ -135,9 +136,8 @@ void ClientInitialize::InstallUpgradeLog() {
         // Attributes stay as they are: nothing is written back.
         CIniFileW ini;
         ini.Load(path);
-        for (const wchar_t* key : {L"InstallTime", L"UpgradeTime"}) {
-            if (!ini.GetValue(kSettingSection, key, std::wstring()).empty())
-                grs::settings::SetValue(ini, kSettingSection, key, std::wstring());
+        for (const Key key : {Key::InstallTime, Key::UpgradeTime}) {
+            if (!grs::settings::Read(ini, key).empty()) grs::settings::SetValue(ini, key, std::wstring());
         }
         // COMPAT: deliberately not saved, as the client always did: the file on
         // disk stays byte for byte as it was.

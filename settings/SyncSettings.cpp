@@ -180,7 +180,7 @@ void ClientInitialize::SyncBaseUri(std::wstring path) {
         CIniFileW ini;
         if (grs::settings::LoadSettingsFile(ini, path, kSyncBaseUri) == grs::settings::Loaded::Unreadable) return;
         grs::settings::MarkChanging(path);
-        grs::settings::SetValue(ini, kSyncSettingSection, L"BaseUri", grs::Utf8ToWide(address));
+        grs::settings::SetValue(ini, grs::settings::SyncKey::BaseUri, grs::Utf8ToWide(address));
         if (!ini.Save(path)) grs::log::Error(__LINE__, kSyncBaseUri, "SyncBaseUri syncSetting file update error!");
         grs::settings::MarkAtRest(path);
     });
@@ -189,22 +189,22 @@ void ClientInitialize::SyncBaseUri(std::wstring path) {
 void ClientInitialize::SavePCModel(const std::wstring& /*model*/) {
     // The store's model wins over the argument.
     ChangeSyncCopy(__LINE__, kSavePCModel, [](CIniFileW& ini) {
-        grs::settings::SetValue(ini, kSyncSettingSection, L"PCModel", grs::settings::Store().GetPCModel());
+        grs::settings::SetValue(ini, grs::settings::SyncKey::PCModel, grs::settings::Store().GetPCModel());
     });
 }
 
 void ClientInitialize::SaveSyncThumbnailRootFolder(const std::wstring& folder) {
     ChangeSyncCopy(__LINE__, kSaveSyncThumbnailRootFolder, [&folder](CIniFileW& ini) {
-        grs::settings::SetValue(ini, kSyncSettingSection, L"ThumbnailRootFolder",
+        grs::settings::SetValue(ini, grs::settings::SyncKey::ThumbnailRootFolder,
                                 grs::PathJoin(folder, grs::settings::kThumbnailLeaf));
     });
 }
 
 void ClientInitialize::SaveSyncLcdThumbnailRootFolder(const std::wstring& folder) {
     ChangeSyncCopy(__LINE__, kSaveSyncLcdThumbnailRootFolder, [&folder](CIniFileW& ini) {
-        grs::settings::SetValue(ini, kSyncSettingSection, L"LcdThumbnailRootFolder",
+        grs::settings::SetValue(ini, grs::settings::SyncKey::LcdThumbnailRootFolder,
                                 grs::PathJoin(folder, grs::settings::kLcdThumbnailLeaf));
-        grs::settings::SetValue(ini, kSyncSettingSection, L"CatchFolder", folder);
+        grs::settings::SetValue(ini, grs::settings::SyncKey::CatchFolder, folder);
     });
 }
 

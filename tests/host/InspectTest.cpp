@@ -16,6 +16,7 @@
 #include "inspect/Inspect.h"
 #include "inspect/InspectDetail.h"
 #include "route/RouteDetail.h"
+#include "route/RouteSetters.h"
 #include "serverconfig/ServerRegion.h"
 #include "settings/SettingRules.h"
 #include "tests/host/HostFixtures.h"

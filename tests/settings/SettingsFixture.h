@@ -18,6 +18,7 @@
 class ClientInitializeTestAccess {
 public:
     static std::string GetBaseUri() { return ClientInitialize::GetBaseUri(); }
+    static std::wstring GetProgramBits() { return ClientInitialize::GetProgramBits(); }
 };
 
 namespace grs::test {

@@ -7,6 +7,7 @@
 
 #include "core/HashUtil.h"
 #include "core/IniFile.h"
+#include "core/PathUtil.h"
 #include "core/TextUtil.h"
 #include "inspect/IniDiagnosis.h"
 #include "inspect/InspectDetail.h"
@@ -271,6 +272,27 @@ Verdict ValueVerdict(const SettingKey& key, const std::wstring& value, const Fac
     return verdict;
 }
 
+// The kind of a key's finding, by the key's rule.
+Code KeyCode(const SettingKey& key, const CIniFileW::Key* entry) {
+    if (entry == nullptr) return Code::KeyMissing;
+    if (entry->value.empty()) return Code::KeyEmpty;
+    switch (key.source) {
+        case Source::MacAddress:
+            return Code::DeviceId;
+        case Source::ThumbnailFolder:
+        case Source::LcdThumbnailFolder:
+            return Code::ThumbnailFolder;
+        case Source::CacheFolder:
+            return Code::CacheFolder;
+        default:
+            break;
+    }
+    if (key.reading == Reading::RecordText && entry->value.size() > readings::kRecordFieldChars)
+        return Code::ValueTooLong;
+    if (WordsOf(key.reading) != nullptr && readings::ReadsOn(key.reading, entry->value)) return Code::FlagReading;
+    return Code::KeyValue;
+}
+
 struct IniFileRules {
     const char* area;
     const wchar_t* fileName;
@@ -282,24 +304,24 @@ struct IniFileRules {
 
 void CheckIni(const IniFileRules& fileRules, const FileSnapshot& file, const std::wstring& user, Findings& findings) {
     if (!file.exists) {
-        findings.Add("[file]", Severity::Note, fileRules.whenMissing);
+        findings.Add(Code::FileMissing, "[file]", Severity::Note, fileRules.whenMissing);
         return;
     }
     if (file.isFolder) {
-        findings.Add("[file]", Severity::Problem,
+        findings.Add(Code::FileIsFolder, "[file]", Severity::Problem,
                      "a folder of that name: the library can neither read nor write the file, so every setting in it "
                      "is lost at each start");
         return;
     }
     if (file.tooLarge || file.size > grs::kIniMaxFileBytes) {
-        findings.Add("[file]", Severity::Problem,
+        findings.Add(Code::FileTooLarge, "[file]", Severity::Problem,
                      std::to_string(file.size) +
                          " bytes: over 64 MiB, which the library does not read; the next save replaces it with "
                          "defaults");
         return;
     }
     if (!file.readable) {
-        findings.Add("[file]", Severity::Warning, "found but not readable (locked by another program?)");
+        findings.Add(Code::FileUnreadable, "[file]", Severity::Warning, "found but not readable (locked by another program?)");
         return;
     }
     CheckFileFacts(file, findings);
@@ -315,7 +337,7 @@ void CheckIni(const IniFileRules& fileRules, const FileSnapshot& file, const std
     CIniFileW::Section* section = document.FindSection(fileRules.section);
     if (section == nullptr) {
         const std::string header = "[" + grs::WideToUtf8(fileRules.section) + "]";
-        findings.Add(header, Severity::Problem,
+        findings.Add(Code::SectionMissing, header, Severity::Problem,
                      "no " + header + " section: every setting reads as empty (the next start adds it, with defaults)");
         return;
     }
@@ -334,7 +356,7 @@ void CheckIni(const IniFileRules& fileRules, const FileSnapshot& file, const std
             verdict.message =
                 verdict.message.empty() ? Shown(entry->value) : Shown(entry->value) + ": " + verdict.message;
         }
-        findings.Add(key.name, verdict.severity, verdict.message);
+        findings.Add(KeyCode(key, entry), key.name, verdict.severity, verdict.message);
     }
     CheckUnknownKeys(*section, known, fileRules.unknownKey, findings);
 }
@@ -368,6 +390,28 @@ std::vector<Finding> InspectSyncSettingIni(const FileSnapshot& file, const std::
                        "not found: every start writes it, the sync component reads it",
                        "not a key this library writes (kept as it is)"};
     return InspectIni(fileRules, file, siblingNames, user);
+}
+
+std::vector<Finding> InspectProfilePath(const Snapshot& snapshot) {
+    Findings findings(kAreaSyncSetting);
+    std::vector<std::wstring> narrow;
+    for (const SettingKey& key : readings::SyncSettingKeys())
+        if (readings::WrittenAsUtf8(key.source)) narrow.push_back(key.name);
+    const std::wstring file = grs::PathJoin(snapshot.appData, readings::kSyncSettingFileName);
+    if (file.size() >= MAX_PATH) {
+        findings.Add(Code::ProfilePathLong, "[folder]", Severity::Note,
+                     "the settings file's path is " + std::to_string(file.size()) + " characters, " +
+                         std::to_string(MAX_PATH) +
+                         " or more, where the profile functions stop: this client writes every key of the file "
+                         "through its own document instead, and logs at severity 5 what the long-name query of "
+                         "the user-property steps cannot do");
+    } else if (!snapshot.appDataSpellable) {
+        findings.Add(Code::ProfilePathNotAnsi, "[folder]", Severity::Note,
+                     "the path cannot be spelt in the ANSI code page " + std::to_string(snapshot.ansiCodePage) +
+                         ", which the narrow keys (" + NameList(narrow) +
+                         ") go through: this client writes them through its own document instead");
+    }
+    return findings.Take();
 }
 
 }  // namespace inspect

@@ -1,0 +1,112 @@
+#include "supporttool/SupportOptions.h"
+
+#include "core/TextUtil.h"
+
+namespace support {
+
+namespace {
+
+// "SG,JP" -> {"SG", "JP"}; blanks around a code are not part of it.
+std::unordered_set<std::wstring> CountryList(const std::wstring& text) {
+    std::unordered_set<std::wstring> codes;
+    size_t start = 0;
+    while (start <= text.size()) {
+        size_t end = text.find(L',', start);
+        if (end == std::wstring::npos) end = text.size();
+        std::wstring code = text.substr(start, end - start);
+        code.erase(0, code.find_first_not_of(L' '));
+        code.erase(code.find_last_not_of(L' ') + 1);
+        if (!code.empty()) codes.insert(code);
+        start = end + 1;
+    }
+    return codes;
+}
+
+}  // namespace
+
+const char* UsageText() {
+    return "usage: grs-support inspect --appdata DIR [options]\n"
+           "  Reads a user's start-up files and reports what is wrong; changes nothing unless asked to repair.\n"
+           "  Exit status: 0 nothing needs action, 1 findings that need action, 2 could not check.\n"
+           "  --appdata DIR       the user's app-data folder (\"Setting.ini\", \"SyncSetting.ini\")\n"
+           "  --exe-dir DIR       the client's install folder (server address files; default: the\n"
+           "                      folder of the executable the Run value names)\n"
+           "  --route-cache FILE  the cached route record's JSON text (default: not inspected)\n"
+           "  --country XX        the user's country: server address file and route freshness (default CN)\n"
+           "  --user ID           the signed-in user: checks the thumbnail cache folder\n"
+           "  --asia LIST         the client's Asian country set, comma separated (XX,YY)\n"
+           "  --europe LIST       the client's European country set, comma separated\n"
+           "  --package NAME      the client's package name: its route group is preferred\n"
+           "  --hkcu KEY          read the Run value under HKCU\\KEY instead of HKCU\n"
+           "  --json              the findings as JSON\n"
+           "  --repair OUT_DIR    copy the profile's files to OUT_DIR and apply every safe fix there; the input\n"
+           "                      is not touched\n"
+           "  --repair-in-place   apply every safe fix to the profile itself, the Run value included, after\n"
+           "                      copying each file it changes into a backup folder beside the profile\n";
+}
+
+bool ParseOptions(int argc, const wchar_t* const* argv, Options& options, std::string& error) {
+    if (argc < 2) {
+        error = "no command given";
+        return false;
+    }
+    const std::wstring command = argv[1];
+    if (command == L"--help" || command == L"-h" || command == L"help") {
+        options.command = Command::Help;
+        return true;
+    }
+    if (command != L"inspect") {
+        error = "unknown command " + grs::WideToUtf8(command);
+        return false;
+    }
+    options.command = Command::Inspect;
+    inspect::Request& request = options.request;
+    bool appDataGiven = false;
+    for (int i = 2; i < argc; ++i) {
+        const std::wstring arg = argv[i];
+        const bool hasValue = i + 1 < argc;
+        if (arg == L"--json") {
+            request.json = true;
+        } else if (arg == L"--repair-in-place") {
+            request.repairInPlace = true;
+        } else if (!hasValue) {
+            error = "unknown option or missing value: " + grs::WideToUtf8(arg);
+            return false;
+        } else if (arg == L"--appdata") {
+            request.appData = argv[++i];
+            appDataGiven = true;
+        } else if (arg == L"--exe-dir") {
+            request.exeDir = argv[++i];
+        } else if (arg == L"--route-cache") {
+            request.routeCache = argv[++i];
+        } else if (arg == L"--country") {
+            request.country = argv[++i];
+        } else if (arg == L"--user") {
+            request.user = argv[++i];
+        } else if (arg == L"--asia") {
+            request.asia = CountryList(argv[++i]);
+        } else if (arg == L"--europe") {
+            request.europe = CountryList(argv[++i]);
+        } else if (arg == L"--package") {
+            request.packageName = argv[++i];
+        } else if (arg == L"--hkcu") {
+            request.runKeyRoot = argv[++i];
+        } else if (arg == L"--repair") {
+            request.repairTo = argv[++i];
+        } else {
+            error = "unknown option " + grs::WideToUtf8(arg);
+            return false;
+        }
+    }
+    if (!appDataGiven || request.appData.empty()) {
+        error = "inspect needs --appdata DIR";
+        return false;
+    }
+    if (!request.repairTo.empty() && request.repairInPlace) {
+        error = "--repair OUT_DIR and --repair-in-place exclude each other";
+        return false;
+    }
+    return true;
+}
+
+}  // namespace support

@@ -16,7 +16,6 @@ struct Options {
     bool json = false;
     bool keep = false;  // reuse the profile of the last run
     bool help = false;
-
 };
 
 // False (with `error` set) when the command line is not understood.

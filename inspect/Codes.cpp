@@ -25,8 +25,7 @@ constexpr char kRouteApply[] = "route application";
 constexpr char kReported[] = "reported for support: no change is sure to keep what the user had";
 constexpr char kExactHolds[] = "the exact key holds a value of its own: this one is reported, never deleted";
 constexpr char kUnclear[] = "what the user meant is not clear from the text, or the value is the library's own default";
-constexpr char kInstallation[] =
-    "server address files are reported, never rewritten: they belong to the installation";
+constexpr char kInstallation[] = "server address files are reported, never rewritten: they belong to the installation";
 constexpr char kRunRule[] =
     "the Run value is rewritten only to the install folder's executable while \"IsAutoStartUp\" is \"1\" (give "
     "--exe-dir), and removed only while it is off";
@@ -38,8 +37,8 @@ const std::vector<CodeInfo> kCodes = {
      "give the user's app-data folder"},
     {Code::ProfilePathNotAnsi, "profile-path-not-ansi", kProfileWrite,
      "the app-data path cannot be spelt in the ANSI code page", nullptr, kReported},
-    {Code::ProfilePathLong, "profile-path-long", kProfileWrite, "the app-data path is too long for the profile functions",
-     nullptr, kReported},
+    {Code::ProfilePathLong, "profile-path-long", kProfileWrite,
+     "the app-data path is too long for the profile functions", nullptr, kReported},
     {Code::FindingsCapped, "findings-capped", kReport, "more findings of one kind, counted", nullptr, kReported},
     {Code::FileMissing, "file-missing", kIniFile, "not found", nullptr, kNextStart},
     {Code::FileIsFolder, "file-is-folder", kIniFile, "a folder in the file's place", nullptr, kReported},
@@ -66,8 +65,7 @@ const std::vector<CodeInfo> kCodes = {
     {Code::SectionCase, "section-case", kIniFile, "sections spelt in other letter case", nullptr, kReported},
     {Code::SectionMisspelt, "section-misspelt", kIniFile, "sections one edit from the right one", "rebuild-file",
      kReported},
-    {Code::SectionUnknown, "section-unknown", kIniFile, "sections the library does not read", "rebuild-file",
-     nullptr},
+    {Code::SectionUnknown, "section-unknown", kIniFile, "sections the library does not read", "rebuild-file", nullptr},
     {Code::KeyCommentLike, "key-comment-like", kIniFile, "key lines that look like comments", nullptr, nullptr},
     {Code::KeyCase, "key-case", kKeyTable, "keys spelt in other letter case", "rename-key", kExactHolds},
     {Code::KeyMisspelt, "key-misspelt", kKeyTable, "keys one edit from a known name", "rename-key", kExactHolds},
@@ -75,8 +73,7 @@ const std::vector<CodeInfo> kCodes = {
     {Code::KeyMissing, "key-missing", kKeyReading, "keys missing", nullptr, kNextStart},
     {Code::KeyEmpty, "key-empty", kKeyReading, "keys empty", nullptr, kNextStart},
     {Code::KeyValue, "key-value", kKeyReading, "values as read", nullptr, kReported},
-    {Code::FlagReading, "flag-reading", kKeyReading, "flags that read otherwise than they look", "set-value",
-     kUnclear},
+    {Code::FlagReading, "flag-reading", kKeyReading, "flags that read otherwise than they look", "set-value", kUnclear},
     {Code::ValueTooLong, "value-too-long", kKeyReading, "values longer than their field", nullptr, kReported},
     {Code::DeviceId, "device-id", kKeyReading, "device identity", nullptr, kReported},
     {Code::ThumbnailFolder, "thumbnail-folder", kKeyReading, "thumbnail folders", nullptr, kNextStart},
@@ -85,8 +82,7 @@ const std::vector<CodeInfo> kCodes = {
     {Code::RunValue, "run-value", kRunValue, "the Run value", nullptr, nullptr},
     {Code::RunNotReadable, "run-not-readable", kRunValue, "a Run value the library does not read",
      "set-run-value remove-run-value", kRunRule},
-    {Code::RunSetting, "run-setting", kRunValue, "the Run value against the settings",
-     "remove-run-value", kRunRule},
+    {Code::RunSetting, "run-setting", kRunValue, "the Run value against the settings", "remove-run-value", kRunRule},
     {Code::RunNoExecutable, "run-no-executable", kRunValue, "a Run value naming no executable", nullptr, kRunRule},
     {Code::RunUnquoted, "run-unquoted", kRunValue, "a Run value not quoted", "set-run-value", kRunRule},
     {Code::RunArguments, "run-arguments", kRunValue, "a Run value with other arguments", "set-run-value", kRunRule},
@@ -116,8 +112,7 @@ const std::vector<CodeInfo> kCodes = {
     {Code::ServiceKeysEmpty, "service-keys-empty", kServerFile, "service keys empty", nullptr, kInstallation},
     {Code::ServiceKeyMisspelt, "service-key-misspelt", kServerFile, "service keys nearly right", nullptr,
      kInstallation},
-    {Code::ServiceKeysUnknown, "service-keys-unknown", kServerFile, "keys that are not service keys", nullptr,
-     nullptr},
+    {Code::ServiceKeysUnknown, "service-keys-unknown", kServerFile, "keys that are not service keys", nullptr, nullptr},
     {Code::RouteCacheNotGiven, "route-cache-not-given", kRouteRecord, "no route cache given", nullptr, nullptr},
     {Code::RouteCacheMissing, "route-cache-missing", kRouteRecord, "no route cache at the path", nullptr, kRouteRule},
     {Code::RouteCacheUnreadable, "route-cache-unreadable", kRouteRecord, "a route cache that cannot be read",
@@ -128,15 +123,15 @@ const std::vector<CodeInfo> kCodes = {
     {Code::RouteTime, "route-time", kRouteRecord, "the record's time", nullptr, kRouteRule},
     {Code::RoutePeriod, "route-period", kRouteRecord, "the record's period", nullptr, kRouteRule},
     {Code::RouteFresh, "route-fresh", kRouteFreshness, "freshness", nullptr, nullptr},
-    {Code::RouteOtherCountry, "route-other-country", kRouteFreshness, "a route cache of another country",
-     "remove-file", nullptr},
+    {Code::RouteOtherCountry, "route-other-country", kRouteFreshness, "a route cache of another country", "remove-file",
+     nullptr},
     {Code::RouteNeverFresh, "route-never-fresh", kRouteFreshness, "a route cache that is never fresh", nullptr,
      kRouteRule},
     {Code::RouteSuccess, "route-success", kRouteRecord, "the record's answer", nullptr, kRouteRule},
     {Code::RouteServices, "route-services", kRouteRecord, "the record's groups", nullptr, kRouteRule},
     {Code::RouteApplication, "route-application", kRouteApply, "what the record sets", nullptr, nullptr},
-    {Code::RoutePackageNotGiven, "route-package-not-given", kRouteApply, "the client's package name not given",
-     nullptr, nullptr},
+    {Code::RoutePackageNotGiven, "route-package-not-given", kRouteApply, "the client's package name not given", nullptr,
+     nullptr},
 };
 
 }  // namespace

@@ -96,11 +96,11 @@ enum class Code {
 
 struct CodeInfo {
     Code code;
-    const char* id;      // the stable code, as reports print it
-    const char* rule;    // the library rule the finding comes from
-    const char* title;   // what a grouped line says
-    const char* fix;     // the fix actions that answer this code (blank separated), or null
-    const char* noFix;   // why a warning or problem of this code has no fix (null when it has one)
+    const char* id;     // the stable code, as reports print it
+    const char* rule;   // the library rule the finding comes from
+    const char* title;  // what a grouped line says
+    const char* fix;    // the fix actions that answer this code (blank separated), or null
+    const char* noFix;  // why a warning or problem of this code has no fix (null when it has one)
 };
 
 // Every code, in the order of the enumeration.

@@ -82,8 +82,8 @@ std::vector<std::wstring> CheckLines(const std::wstring& text, const std::wstrin
                     return;
                 }
                 if (!grs::ini::IsWritableKey(line.name)) {
-                    dropped.Add(Code::KeyNotSaved,
-                        LineKey(number), Severity::Warning,
+                    dropped.Add(
+                        Code::KeyNotSaved, LineKey(number), Severity::Warning,
                         "read as the key " + Shown(name) + ", which no save writes back: dropped at the next save");
                     return;
                 }
@@ -93,10 +93,11 @@ std::vector<std::wstring> CheckLines(const std::wstring& text, const std::wstrin
             }
             case grs::ini::LineKind::Other:
                 if (line.text.front() == L'#' || line.text.front() == L';') {
-                    dropped.Add(Code::CommentDropped, LineKey(number), Severity::Note, "a comment (" + Shown(shown) + "): a save drops it");
+                    dropped.Add(Code::CommentDropped, LineKey(number), Severity::Note,
+                                "a comment (" + Shown(shown) + "): a save drops it");
                 } else {
-                    dropped.Add(Code::StrayLine,
-                        LineKey(number), Severity::Warning,
+                    dropped.Add(
+                        Code::StrayLine, LineKey(number), Severity::Warning,
                         "neither a section nor a key line (" + Shown(shown) + "): not read, and a save drops it");
                 }
                 return;
@@ -107,7 +108,8 @@ std::vector<std::wstring> CheckLines(const std::wstring& text, const std::wstrin
         if (section.second.size() < 2) continue;
         const std::string lines = LineNumbers(section.second);
         const bool read = section.first == Lower(sectionName);
-        repeated.Add(Code::SectionRepeated, L"[" + spelling[section.first] + L"]", read ? Severity::Warning : Severity::Note,
+        repeated.Add(Code::SectionRepeated, L"[" + spelling[section.first] + L"]",
+                     read ? Severity::Warning : Severity::Note,
                      "a section header repeated on lines " + lines +
                          ": this library merges them, the private-profile functions read only the first");
     }
@@ -202,12 +204,13 @@ void CheckOtherSections(CIniFileW& document, const std::vector<std::wstring>& se
                               "spelt otherwise than " + grs::WideToUtf8(sectionHeader) +
                                   ": this library's reader ignores letter case, but the names in this file are exact");
         } else if (NearMiss(name, {sectionName}, caseOnly) != nullptr) {
-            otherSections.Add(Code::SectionMisspelt, L"[" + name + L"]", present ? Severity::Warning : Severity::Problem,
+            otherSections.Add(Code::SectionMisspelt, L"[" + name + L"]",
+                              present ? Severity::Warning : Severity::Problem,
                               "one edit from " + grs::WideToUtf8(sectionHeader) + ": its " +
                                   Counted(count, "key is", "keys are") + " not read");
         } else {
-            otherSections.Add(Code::SectionUnknown,
-                L"[" + name + L"]", Severity::Note,
+            otherSections.Add(
+                Code::SectionUnknown, L"[" + name + L"]", Severity::Note,
                 "a section the library does not read (" + Counted(count, "key", "keys") + ", kept as they are)");
         }
     }
@@ -234,7 +237,8 @@ void CheckUnknownKeys(CIniFileW::Section& section, const std::vector<const wchar
                                 "\": this library's reader ignores letter case, but the names in this file are exact");
         } else if (nearKey != nullptr) {
             const CIniFileW::Key* right = section.FindKey(nearKey);
-            nearlyRight.Add(Code::KeyMisspelt, name, right && !right->value.empty() ? Severity::Warning : Severity::Problem,
+            nearlyRight.Add(Code::KeyMisspelt, name,
+                            right && !right->value.empty() ? Severity::Warning : Severity::Problem,
                             "one edit from \"" + grs::WideToUtf8(nearKey) + "\": its value " +
                                 Shown(entry.second.value) + " is not read, the names are exact, misspellings included");
         } else {

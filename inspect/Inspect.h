@@ -99,8 +99,8 @@ struct Snapshot {
     FileSnapshot setting;
     FileSnapshot syncSetting;
     std::vector<std::wstring> appDataNames;  // the folder's entries, for stray files
-    unsigned ansiCodePage = 0;     // the user's ANSI code page
-    bool appDataSpellable = true;  // the path converts to that code page and back unchanged
+    unsigned ansiCodePage = 0;               // the user's ANSI code page
+    bool appDataSpellable = true;            // the path converts to that code page and back unchanged
     std::wstring runKey;                     // where the Run value was looked for
     RunValueSnapshot run;
     std::wstring exeDir;  // empty: unknown

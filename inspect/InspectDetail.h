@@ -36,7 +36,8 @@ public:
     ~Capped() {
         if (m_skipped == 0) return;
         try {
-            m_findings.Add(Code::FindingsCapped, m_key, Severity::Note, m_what + ": " + std::to_string(m_skipped) + " more, not listed");
+            m_findings.Add(Code::FindingsCapped, m_key, Severity::Note,
+                           m_what + ": " + std::to_string(m_skipped) + " more, not listed");
         } catch (...) {
             // Out of memory while closing: the count is lost, the report is not.
         }

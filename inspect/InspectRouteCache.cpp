@@ -87,7 +87,8 @@ void CheckFreshness(const st_ZRVInfo& record, const Context& context, Findings& 
                          "no time or no period recorded: always stale, used only when no routing server answers");
             return;
         case CacheFreshness::TimeTooLongOrNoCountry:
-            findings.Add(Code::RouteNeverFresh, "[freshness]", Severity::Warning, "a time of more than 15 digits or no country: never fresh");
+            findings.Add(Code::RouteNeverFresh, "[freshness]", Severity::Warning,
+                         "a time of more than 15 digits or no country: never fresh");
             return;
     }
 }
@@ -129,7 +130,8 @@ void CheckApplication(const st_ZRVInfo& record, const Context& context, Findings
         findings.Add(Code::RouteApplication, "[parameter store]", Severity::Note,
                      "not in the record (the server address file's addresses stay): " + NameList(absent));
     if (!ignored.empty())
-        findings.Add(Code::RouteApplication, "[parameter store]", Severity::Note, "keys no setter takes (ignored): " + NameList(ignored));
+        findings.Add(Code::RouteApplication, "[parameter store]", Severity::Note,
+                     "keys no setter takes (ignored): " + NameList(ignored));
 }
 
 }  // namespace
@@ -139,7 +141,8 @@ std::vector<Finding> InspectRouteCache(const Snapshot& snapshot, const Context& 
     const FileSnapshot& file = snapshot.routeCache;
     if (!file.exists) {
         if (snapshot.routeCacheGiven) {
-            findings.Add(Code::RouteCacheMissing, "[file]", Severity::Warning, "not found at " + Shown(snapshot.routeCachePath));
+            findings.Add(Code::RouteCacheMissing, "[file]", Severity::Warning,
+                         "not found at " + Shown(snapshot.routeCachePath));
         } else {
             findings.Add(Code::RouteCacheNotGiven, "[file]", Severity::Note,
                          "not given: give --route-cache FILE with the client's cached record; without a cache the "
@@ -156,7 +159,8 @@ std::vector<Finding> InspectRouteCache(const Snapshot& snapshot, const Context& 
     }
     const std::string text = RecordText(file.bytes);
     if (text.empty()) {
-        findings.Add(Code::RouteCacheEmpty, "[file]", Severity::Note, "empty: no cached route, the next start asks the routing servers");
+        findings.Add(Code::RouteCacheEmpty, "[file]", Severity::Note,
+                     "empty: no cached route, the next start asks the routing servers");
         return findings.Take();
     }
     // The reader recurses per level: hostile nesting is refused before it.
@@ -184,8 +188,8 @@ std::vector<Finding> InspectRouteCache(const Snapshot& snapshot, const Context& 
         return findings.Take();
     }
 
-    findings.Add(Code::RouteCountry,
-        "countryCode", record->countryCode.empty() ? Severity::Warning : Severity::Ok,
+    findings.Add(
+        Code::RouteCountry, "countryCode", record->countryCode.empty() ? Severity::Warning : Severity::Ok,
         record->countryCode.empty() ? std::string("empty: matches no user's country") : Shown(record->countryCode));
     const std::string time = grs::WideToUtf8(grs::FieldText(record->currentTime));
     const std::string period = grs::WideToUtf8(grs::FieldText(record->effectivePeriod));
@@ -226,7 +230,8 @@ std::vector<Finding> InspectRouteCache(const Snapshot& snapshot, const Context& 
         groups += (groups.empty() ? "" : ", ") + Shown(group.first) + " (" +
                   Counted(group.second.size(), "address", "addresses") + ")";
     }
-    findings.Add(Code::RouteServices, "services", Severity::Ok, Counted(record->services.size(), "group", "groups") + ": " + groups);
+    findings.Add(Code::RouteServices, "services", Severity::Ok,
+                 Counted(record->services.size(), "group", "groups") + ": " + groups);
     CheckApplication(*record, context, findings);
     return findings.Take();
 }

@@ -10,9 +10,6 @@ namespace inspect {
 
 namespace {
 
-// ServerConfigHelper reads the file whole into a buffer of this size.
-constexpr unsigned long long kServerFileMaxBytes = 1048576;
-
 const grs::ServerRegion kRegions[] = {grs::ServerRegion::Default, grs::ServerRegion::Asia, grs::ServerRegion::Europe,
                                       grs::ServerRegion::Russia};
 
@@ -25,7 +22,8 @@ void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const s
     };
     if (!file.exists) {
         if (testVariant) {
-            findings.Add(Code::ServerFileMissing, name, Severity::Note, "absent: test builds of the client would find no server addresses");
+            findings.Add(Code::ServerFileMissing, name, Severity::Note,
+                         "absent: test builds of the client would find no server addresses");
         } else {
             findings.Add(Code::ServerFileMissing, name, Severity::Problem,
                          "missing: the client starts without local addresses, routing servers included, so only a "
@@ -34,16 +32,19 @@ void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const s
         return;
     }
     if (file.isFolder) {
-        findings.Add(Code::ServerFileUnusable, name, severe(Severity::Problem), "a folder, not a file: nothing is loaded");
+        findings.Add(Code::ServerFileUnusable, name, severe(Severity::Problem),
+                     "a folder, not a file: nothing is loaded");
         return;
     }
-    if (file.tooLarge || file.size > kServerFileMaxBytes) {
+    if (file.tooLarge || file.size > grs::kServerConfigMaxBytes) {
         findings.Add(Code::ServerFileUnusable, name, severe(Severity::Problem),
-                     std::to_string(file.size) + " bytes: over 1 MiB, which the library refuses to read");
+                     std::to_string(file.size) + " bytes: over " + std::to_string(grs::kServerConfigMaxBytes) +
+                         ", which the library refuses to read");
         return;
     }
     if (!file.readable) {
-        findings.Add(Code::ServerFileUnusable, name, severe(Severity::Warning), "found but not readable (locked by another program?)");
+        findings.Add(Code::ServerFileUnusable, name, severe(Severity::Warning),
+                     "found but not readable (locked by another program?)");
         return;
     }
     if (file.bytes.empty()) {
@@ -59,7 +60,8 @@ void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const s
         return;
     }
     if (!scan.found) {
-        findings.Add(Code::ServerRegionMissing, name, severe(Severity::Problem), "no \"" + member + "\" object: nothing is loaded");
+        findings.Add(Code::ServerRegionMissing, name, severe(Severity::Problem),
+                     "no \"" + member + "\" object: nothing is loaded");
         return;
     }
     if (scan.nonStringValue) {
@@ -112,7 +114,8 @@ void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const s
         if (!isKnown) unknown.push_back(server.first);
     }
     if (!unknown.empty()) {
-        findings.Add(Code::ServiceKeysUnknown, name, Severity::Note, "keys that are not service keys (not read): " + NameList(unknown));
+        findings.Add(Code::ServiceKeysUnknown, name, Severity::Note,
+                     "keys that are not service keys (not read): " + NameList(unknown));
     }
 }
 
@@ -121,7 +124,8 @@ void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const s
 std::vector<Finding> InspectServerConfig(const Snapshot& snapshot, const Context& context) {
     Findings findings(kAreaServerConfig);
     if (snapshot.exeDir.empty()) {
-        findings.Add(Code::ExeDirNotGiven, "[exe dir]", Severity::Note, "not inspected: give --exe-dir, the folder of the client executable");
+        findings.Add(Code::ExeDirNotGiven, "[exe dir]", Severity::Note,
+                     "not inspected: give --exe-dir, the folder of the client executable");
         return findings.Take();
     }
     if (!snapshot.exeDirIsFolder) {

@@ -236,9 +236,10 @@ Verdict ValueVerdict(const SettingKey& key, const std::wstring& value, const Fac
     switch (key.reading) {
         case Reading::RecordText:
             if (value.size() <= readings::kRecordFieldChars) return Say(Severity::Ok, "");
-            return Say(Severity::Problem, std::to_string(value.size()) +
-                                              " characters, more than the 255 its field holds: reading the settings "
-                                              "stops here, so nothing after it is read and the file is not saved");
+            return Say(Severity::Problem, std::to_string(value.size()) + " characters, more than the " +
+                                              std::to_string(readings::kRecordFieldChars) +
+                                              " its field holds: reading the settings stops here, so nothing after "
+                                              "it is read and the file is not saved");
         case Reading::ClientPlatform:
             if (value == key.literal) return Say(Severity::Ok, "");
             return Say(Severity::Note,
@@ -315,13 +316,13 @@ void CheckIni(const IniFileRules& fileRules, const FileSnapshot& file, const std
     }
     if (file.tooLarge || file.size > grs::kIniMaxFileBytes) {
         findings.Add(Code::FileTooLarge, "[file]", Severity::Problem,
-                     std::to_string(file.size) +
-                         " bytes: over 64 MiB, which the library does not read; the next save replaces it with "
-                         "defaults");
+                     std::to_string(file.size) + " bytes: over " + std::to_string(grs::kIniMaxFileBytes) +
+                         ", which the library does not read; the next save replaces it with defaults");
         return;
     }
     if (!file.readable) {
-        findings.Add(Code::FileUnreadable, "[file]", Severity::Warning, "found but not readable (locked by another program?)");
+        findings.Add(Code::FileUnreadable, "[file]", Severity::Warning,
+                     "found but not readable (locked by another program?)");
         return;
     }
     CheckFileFacts(file, findings);

@@ -85,12 +85,14 @@ std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const 
         if (autoStart == nullptr) {
             findings.Add(Code::RunNotRegistered, valueName, Severity::Note, "not registered");
         } else if (choice == readings::AutoStartCase::On) {
-            findings.Add(Code::RunNotRegistered, valueName, Severity::Note, "not registered: the next start registers it (" + setting + ")");
+            findings.Add(Code::RunNotRegistered, valueName, Severity::Note,
+                         "not registered: the next start registers it (" + setting + ")");
         } else if (choice == readings::AutoStartCase::Empty) {
             findings.Add(Code::RunNotRegistered, valueName, Severity::Note,
                          "not registered: the next start records \"IsAutoStartUp=0\" (" + setting + ")");
         } else {
-            findings.Add(Code::RunNotRegistered, valueName, Severity::Ok, "not registered, as the settings say (" + setting + ")");
+            findings.Add(Code::RunNotRegistered, valueName, Severity::Ok,
+                         "not registered, as the settings say (" + setting + ")");
         }
         return findings.Take();
     }
@@ -104,7 +106,9 @@ std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const 
     if (!readsRegistered) {
         const std::string why =
             !isString ? std::string("of ") + TypeName(run.type) + ", which the library does not read as a string"
-                      : std::to_string(run.data.size()) + " characters: 130 or more do not fit the library's read";
+                      : std::to_string(run.data.size()) +
+                            " characters: " + std::to_string(readings::kRunValueReadableChars + 1) +
+                            " or more do not fit the library's read";
         if (choice == readings::AutoStartCase::On) {
             findings.Add(Code::RunNotReadable, valueName, Severity::Warning,
                          why + ", so it reads as not registered; the next start writes it again (" + setting + ")");
@@ -123,7 +127,8 @@ std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const 
         }
     } else if (autoStart != nullptr) {
         if (choice == readings::AutoStartCase::On) {
-            findings.Add(Code::RunSetting, "IsAutoStartUp", Severity::Ok, "registered, as the settings say (" + setting + ")");
+            findings.Add(Code::RunSetting, "IsAutoStartUp", Severity::Ok,
+                         "registered, as the settings say (" + setting + ")");
         } else if (choice == readings::AutoStartCase::Empty) {
             findings.Add(Code::RunSetting, "IsAutoStartUp", Severity::Note,
                          "registered; the next start records \"IsAutoStartUp=1\" (" + setting + ")");
@@ -151,7 +156,8 @@ std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const 
                      "not quoted, and the path holds a blank: Windows tries " +
                          Shown(executable.substr(0, executable.find(L' '))) + " first" + rewrite);
     } else if (!quoted) {
-        findings.Add(Code::RunUnquoted, valueName, Severity::Note, "not quoted (the library writes the path in quotes)" + rewrite);
+        findings.Add(Code::RunUnquoted, valueName, Severity::Note,
+                     "not quoted (the library writes the path in quotes)" + rewrite);
     }
     if (arguments != L"/background") {
         findings.Add(Code::RunArguments, valueName, Severity::Note,
@@ -159,8 +165,8 @@ std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const 
                          " instead of \"/background\": the client opens its window at log-on" + rewrite);
     }
     if (!fileExists || !fileExists(executable)) {
-        findings.Add(Code::RunExecutableMissing,
-            valueName, Severity::Problem,
+        findings.Add(
+            Code::RunExecutableMissing, valueName, Severity::Problem,
             "names " + Shown(executable) + ", which does not exist: Windows starts nothing at log-on" + rewrite);
     }
     if (!exeDir.empty()) {

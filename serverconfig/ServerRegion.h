@@ -14,6 +14,9 @@ namespace grs {
 
 enum class ServerRegion { Asia, Europe, Russia, Default };
 
+// A server address file is read whole; a larger one is refused.
+constexpr unsigned long long kServerConfigMaxBytes = 1048576;
+
 // First match wins: a country in both sets counts as Asian; "RU" is exact.
 ServerRegion ChooseServerRegion(const std::wstring& countryCode, const std::unordered_set<std::wstring>& asia,
                                 const std::unordered_set<std::wstring>& europe);

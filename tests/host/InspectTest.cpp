@@ -309,8 +309,8 @@ TEST(Inspect, CoversExactlyTheLibrarysKeys) {
             for (const Json::Value& finding : report["findings"]) {
                 if (finding["area"].asString() != file.area) continue;
                 named.insert(finding["key"].asString());
-                strangerNamed = strangerNamed ||
-                                (finding["key"].asString() == "Stranger" && finding["code"].asString() == "key-unknown");
+                strangerNamed = strangerNamed || (finding["key"].asString() == "Stranger" &&
+                                                  finding["code"].asString() == "key-unknown");
                 EXPECT_NE(finding["code"].asString(), "key-misspelt") << finding["key"].asString();
             }
             EXPECT_TRUE(strangerNamed);
@@ -335,8 +335,10 @@ TEST(Inspect, EveryCodeWithAFixGetsIt) {
         {Code::LineOutsideSection, [](Profile& p) { p.snapshot.syncSetting = File("Portal=x\n" + SyncSetting()); }},
         {Code::StrayTemporary, [](Profile& p) { p.snapshot.appDataNames.push_back(L"Setting.ini~1-2.tmp"); }},
         {Code::SectionMissing, [](Profile& p) { p.snapshot.syncSetting = File("Portal=x\n"); }},
-        {Code::SectionMisspelt, [](Profile& p) { p.snapshot.setting = File(Replaced(kSetting, "[Setting]", "[Settng]")); }},
-        {Code::SectionUnknown, [](Profile& p) { p.snapshot.setting = File(Replaced(kSetting, "[Setting]", "[Other]")); }},
+        {Code::SectionMisspelt,
+         [](Profile& p) { p.snapshot.setting = File(Replaced(kSetting, "[Setting]", "[Settng]")); }},
+        {Code::SectionUnknown,
+         [](Profile& p) { p.snapshot.setting = File(Replaced(kSetting, "[Setting]", "[Other]")); }},
         {Code::KeyCase,
          [](Profile& p) { p.snapshot.setting = File(Replaced(kSetting, "NoticeCreateLink", "noticecreatelink")); }},
         {Code::KeyMisspelt,

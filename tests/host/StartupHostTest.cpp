@@ -172,11 +172,13 @@ TEST(StartupHostInspect, ReportsWhatIsWrongAndChangesNothing) {
         RunSupport(L"--appdata \"" + appData + L"\" --exe-dir \"" + install + L"\" --route-cache \"" +
                    root / L"route.json" + L"\" --hkcu \"" + run.Root() + L"\"");
     EXPECT_EQ(inspected.exitCode, static_cast<DWORD>(inspect::kExitNeedsAction));
-    EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "SpaceOMVersion", "problem", "key-misspelt", "\"SapceOMVersion\""));
+    EXPECT_TRUE(
+        HasFinding(inspected, "Setting.ini", "SpaceOMVersion", "problem", "key-misspelt", "\"SapceOMVersion\""));
     EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "[attributes]", "warning", "file-attributes"));
     EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "Setting.ini~7-1.tmp", "warning", "stray-temporary"));
     EXPECT_TRUE(HasFinding(inspected, "StartWithWindows", "QIRENT Cloud", "problem", "run-executable-missing"));
-    EXPECT_TRUE(HasFinding(inspected, "ServerConfig", "ServerConfig", "problem", "server-file-not-json", "line 1, column 16"));
+    EXPECT_TRUE(
+        HasFinding(inspected, "ServerConfig", "ServerConfig", "problem", "server-file-not-json", "line 1, column 16"));
     EXPECT_TRUE(HasFinding(inspected, "RouteCache", "[freshness]", "warning", "route-other-country", "\"DE\""));
     EXPECT_EQ(SummaryLine(inspected).rfind("3 problems, ", 0), 0u) << SummaryLine(inspected);
 

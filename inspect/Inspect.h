@@ -34,6 +34,7 @@
 #include <map>
 #include <string>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "inspect/Codes.h"
@@ -91,7 +92,11 @@ struct RunValueSnapshot {
     bool present = false;
     unsigned long type = 0;  // REG_SZ is 1
     std::wstring data;       // up to its first NUL
+    std::string raw;         // the value's bytes as stored
 };
+
+// A fact about the user's machine, for the report: "ANSI code page" -> "1252".
+using EnvironmentFacts = std::vector<std::pair<std::string, std::string>>;
 
 struct Snapshot {
     std::wstring appData;
@@ -165,6 +170,7 @@ struct Report {
     Context context;
     std::vector<Finding> findings;
     std::vector<Fix> plan;  // each warning or problem without a fix says why not
+    EnvironmentFacts environment;  // from a bundle: the user's machine as collected
 };
 
 struct RepairResult;
@@ -197,5 +203,9 @@ int ExitStatus(const Report& report);
 // profile, headed by the changes; kExitCouldNotCheck when the repair was
 // refused (the reason on standard error) or the report could not be written.
 int RunInspect(const Request& request);
+
+// Prints `report` (with the repair that preceded it, if any) on standard
+// output; its exit status.
+int PrintReport(const Report& report, bool json, const RepairResult* repair = nullptr);
 
 }  // namespace inspect

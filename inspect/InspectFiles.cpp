@@ -109,6 +109,7 @@ RunValueSnapshot ReadRunValue(const std::wstring& keyPath) {
         if (status != ERROR_SUCCESS) break;
         run.present = true;
         run.type = type;
+        run.raw.assign(reinterpret_cast<const char*>(data.data()), got);
         if (type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ) {
             const wchar_t* text = reinterpret_cast<const wchar_t*>(data.data());
             const size_t units = got / sizeof(wchar_t);
@@ -263,8 +264,11 @@ int RunInspect(const Request& request) {
         if (after.exeDir.empty()) after.exeDir = report.snapshot.exeDir;
         report = InspectProfile(after);
     }
-    const RepairResult* made = repairing ? &repair : nullptr;
-    const std::string text = request.json ? RenderJson(report, made) : RenderText(report, made);
+    return PrintReport(report, request.json, repairing ? &repair : nullptr);
+}
+
+int PrintReport(const Report& report, bool json, const RepairResult* repair) {
+    const std::string text = json ? RenderJson(report, repair) : RenderText(report, repair);
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
         std::fprintf(stderr, "grs-support: the report could not be written\n");
         return kExitCouldNotCheck;

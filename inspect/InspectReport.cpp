@@ -296,6 +296,10 @@ std::string RenderJson(const Report& report, const RepairResult* repair) {
     inspected["country"] = grs::WideToUtf8(report.context.country);
     inspected["user"] = grs::WideToUtf8(report.context.user);
     inspected["at"] = FormatUtc(report.context.nowMs);
+    if (!report.environment.empty()) {
+        Json::Value& environment = root["environment"] = Json::Value(Json::objectValue);
+        for (const auto& fact : report.environment) environment[fact.first] = fact.second;
+    }
     Json::Value& findings = root["findings"] = Json::Value(Json::arrayValue);
     for (const Finding& finding : report.findings) {
         Json::Value item(Json::objectValue);
@@ -365,6 +369,10 @@ std::string RenderText(const Report& report, const RepairResult* repair) {
             ", user " + shownOrNone(report.context.user) + "\n";
     text += "  route cache " + shownOrNone(report.snapshot.routeCachePath) + "\n";
     text += "  Run value under HKEY_CURRENT_USER\\" + grs::WideToUtf8(report.snapshot.runKey) + "\n";
+    if (!report.environment.empty()) {
+        text += "\nEnvironment (as collected on the user's machine)\n";
+        for (const auto& fact : report.environment) text += "  " + fact.first + ": " + fact.second + "\n";
+    }
     std::string area;
     for (const Group& group : Grouped(report.findings, report.plan, false)) {
         const Finding& finding = *group.first;

@@ -2,7 +2,7 @@
 
 #include "core/TextUtil.h"
 
-namespace support {
+namespace supporttool {
 
 namespace {
 
@@ -25,8 +25,15 @@ std::unordered_set<std::wstring> CountryList(const std::wstring& text) {
 }  // namespace
 
 const char* UsageText() {
-    return "usage: grs-support inspect --appdata DIR [options]\n"
-           "  Reads a user's start-up files and reports what is wrong; changes nothing unless asked to repair.\n"
+    return "usage: grs-support collect --appdata DIR [--exe-dir DIR] [--route-cache FILE] [--user ID] OUT.zip\n"
+           "  On the user's machine: gathers the start-up files, the Run value and what the machine is like\n"
+           "  into one zip file, changing nothing. The user name, the machine name and the user id (--user)\n"
+           "  are replaced by tokens; the mapping is written beside the zip file, never into it.\n"
+           "  --no-redact         keep the names (in-house use only)\n"
+           "\n"
+           "usage: grs-support inspect (BUNDLE.zip | --appdata DIR [options]) [--json]\n"
+           "  Reads a user's start-up files, or a bundle of them, and reports what is wrong; changes nothing\n"
+           "  unless asked to repair. A bundle is judged against its own Run value and environment.\n"
            "  Exit status: 0 nothing needs action, 1 findings that need action, 2 could not check.\n"
            "  --appdata DIR       the user's app-data folder (\"Setting.ini\", \"SyncSetting.ini\")\n"
            "  --exe-dir DIR       the client's install folder (server address files; default: the\n"
@@ -55,51 +62,76 @@ bool ParseOptions(int argc, const wchar_t* const* argv, Options& options, std::s
         options.command = Command::Help;
         return true;
     }
-    if (command != L"inspect") {
+    if (command != L"inspect" && command != L"collect") {
         error = "unknown command " + grs::WideToUtf8(command);
         return false;
     }
-    options.command = Command::Inspect;
+    const bool collect = command == L"collect";
+    options.command = collect ? Command::Collect : Command::Inspect;
     inspect::Request& request = options.request;
-    bool appDataGiven = false;
+    std::wstring positional;
     for (int i = 2; i < argc; ++i) {
         const std::wstring arg = argv[i];
         const bool hasValue = i + 1 < argc;
-        if (arg == L"--json") {
+        if (arg.rfind(L"--", 0) != 0) {
+            if (!positional.empty()) {
+                error = "more than one file given: " + grs::WideToUtf8(arg);
+                return false;
+            }
+            positional = arg;
+        } else if (arg == L"--json" && !collect) {
             request.json = true;
-        } else if (arg == L"--repair-in-place") {
+        } else if (arg == L"--repair-in-place" && !collect) {
             request.repairInPlace = true;
+        } else if (arg == L"--no-redact" && collect) {
+            options.redact = false;
         } else if (!hasValue) {
             error = "unknown option or missing value: " + grs::WideToUtf8(arg);
             return false;
         } else if (arg == L"--appdata") {
             request.appData = argv[++i];
-            appDataGiven = true;
         } else if (arg == L"--exe-dir") {
             request.exeDir = argv[++i];
         } else if (arg == L"--route-cache") {
             request.routeCache = argv[++i];
-        } else if (arg == L"--country") {
-            request.country = argv[++i];
         } else if (arg == L"--user") {
             request.user = argv[++i];
-        } else if (arg == L"--asia") {
-            request.asia = CountryList(argv[++i]);
-        } else if (arg == L"--europe") {
-            request.europe = CountryList(argv[++i]);
-        } else if (arg == L"--package") {
-            request.packageName = argv[++i];
         } else if (arg == L"--hkcu") {
             request.runKeyRoot = argv[++i];
-        } else if (arg == L"--repair") {
+        } else if (arg == L"--country" && !collect) {
+            request.country = argv[++i];
+        } else if (arg == L"--asia" && !collect) {
+            request.asia = CountryList(argv[++i]);
+        } else if (arg == L"--europe" && !collect) {
+            request.europe = CountryList(argv[++i]);
+        } else if (arg == L"--package" && !collect) {
+            request.packageName = argv[++i];
+        } else if (arg == L"--repair" && !collect) {
             request.repairTo = argv[++i];
         } else {
             error = "unknown option " + grs::WideToUtf8(arg);
             return false;
         }
     }
-    if (!appDataGiven || request.appData.empty()) {
-        error = "inspect needs --appdata DIR";
+    if (collect) {
+        options.out = positional;
+        if (request.appData.empty() || options.out.empty()) {
+            error = "collect needs --appdata DIR and OUT.zip";
+            return false;
+        }
+        return true;
+    }
+    options.bundle = positional;
+    if (options.bundle.empty() == request.appData.empty()) {
+        error = "inspect needs either BUNDLE.zip or --appdata DIR";
+        return false;
+    }
+    const bool repairing = !request.repairTo.empty() || request.repairInPlace;
+    if (!options.bundle.empty() &&
+        (repairing || !request.exeDir.empty() || !request.routeCache.empty() || !request.runKeyRoot.empty())) {
+        error =
+            "a bundle carries its own folders and Run value: give only --country, --user, --asia, --europe, "
+            "--package and --json with it";
         return false;
     }
     if (!request.repairTo.empty() && request.repairInPlace) {
@@ -109,4 +141,4 @@ bool ParseOptions(int argc, const wchar_t* const* argv, Options& options, std::s
     return true;
 }
 
-}  // namespace support
+}  // namespace supporttool

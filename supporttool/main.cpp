@@ -1,5 +1,6 @@
-// grs-support: the support program. It reads a user's start-up files with the
-// library's own rules and reports what the library will make of them. Only
+// grs-support: the support program. It collects a user's start-up files into
+// a bundle, and reads them (or a bundle) with the library's own rules to
+// report what the library will make of them. Only
 // the report goes to standard output, so that it can be piped; errors go to
 // standard error.
 #include <windows.h>
@@ -10,6 +11,7 @@
 
 #include "core/UniqueResource.h"
 #include "inspect/Inspect.h"
+#include "supporttool/Collect.h"
 #include "supporttool/SupportOptions.h"
 
 int main() {
@@ -17,16 +19,25 @@ int main() {
         int argc = 0;
         LPWSTR* argv = ::CommandLineToArgvW(::GetCommandLineW(), &argc);
         const grs::UniqueLocal argvMemory(argv);
-        support::Options options;
+        supporttool::Options options;
         std::string error;
-        if (argv == nullptr || !support::ParseOptions(argc, argv, options, error)) {
-            std::fprintf(stderr, "grs-support: %s\n%s", error.c_str(), support::UsageText());
+        if (argv == nullptr || !supporttool::ParseOptions(argc, argv, options, error)) {
+            std::fprintf(stderr, "grs-support: %s\n%s", error.c_str(), supporttool::UsageText());
             return inspect::kExitCouldNotCheck;
         }
-        if (options.command == support::Command::Help) {
-            std::fputs(support::UsageText(), stdout);
+        if (options.command == supporttool::Command::Help) {
+            std::fputs(supporttool::UsageText(), stdout);
             return inspect::kExitClean;
         }
+        if (options.command == supporttool::Command::Collect) {
+            supporttool::CollectRequest collect;
+            collect.request = options.request;
+            collect.userId = options.request.user;
+            collect.redact = options.redact;
+            collect.out = options.out;
+            return supporttool::RunCollect(collect);
+        }
+        if (!options.bundle.empty()) return supporttool::RunInspectBundle(options.bundle, options.request);
         return inspect::RunInspect(options.request);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "grs-support: could not check: %s\n", e.what());

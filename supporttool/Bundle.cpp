@@ -2,34 +2,15 @@
 
 #include <windows.h>
 
-#include <cstdio>
-#include <memory>
-
 #include "core/PathUtil.h"
 #include "core/TextUtil.h"
+#include "supporttool/JsonText.h"
 
 namespace supporttool {
 
 namespace {
 
 constexpr int kFormat = 1;
-
-std::string Hex(const std::string& bytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string hex;
-    for (unsigned char c : bytes) {
-        hex += digits[c >> 4];
-        hex += digits[c & 15];
-    }
-    return hex;
-}
-
-std::string Unhex(const std::string& hex) {
-    const auto value = [](char c) { return c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : 0; };
-    std::string bytes;
-    for (size_t i = 0; i + 1 < hex.size(); i += 2) bytes += static_cast<char>(value(hex[i]) * 16 + value(hex[i + 1]));
-    return bytes;
-}
 
 std::string Text(const std::wstring& text) {
     return grs::WideToUtf8(text);
@@ -120,10 +101,7 @@ std::map<std::string, std::string> MakeBundle(const Collected& collected, const 
         add("files/exedir/" + Text(server.first), grs::PathJoin(snapshot.exeDir, server.first), server.second);
     if (snapshot.routeCacheGiven) add("files/route-cache.json", snapshot.routeCachePath, snapshot.routeCache);
 
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "  ";
-    builder["emitUTF8"] = true;
-    entries[kManifestEntry] = RedactBytes(redaction, Json::writeString(builder, manifest) + "\n", codePage);
+    entries[kManifestEntry] = RedactBytes(redaction, JsonText(manifest), codePage);
     return entries;
 }
 
@@ -134,16 +112,13 @@ bool ReadBundle(const std::map<std::string, std::string>& entries, Collected& co
         return false;
     }
     Json::Value manifest;
-    std::string errors;
-    std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-    const std::string& text = found->second;
-    if (!reader->parse(text.data(), text.data() + text.size(), &manifest, &errors) || !manifest.isObject() ||
-        manifest["format"].asInt() != kFormat) {
-        error = "manifest.json cannot be read: " + errors;
+    if (!ParseJsonObject(found->second, manifest) || manifest["format"].asInt() != kFormat) {
+        error = "manifest.json cannot be read";
         return false;
     }
     inspect::Snapshot& snapshot = collected.snapshot;
     collected.collectedAt = manifest["collectedAt"].asString();
+    collected.redacted = manifest["redacted"].asBool();
     collected.environment = manifest["environment"];
     const Json::Value& appData = manifest["appData"];
     snapshot.appData = Wide(appData["path"]);

@@ -24,6 +24,7 @@ struct Collected {
     Json::Value fileFacts;            // path -> attributes, size and times, by entry name
     std::set<std::wstring> existing;  // executables the Run value could name that exist
     std::string collectedAt;          // UTC
+    bool redacted = false;            // read back: the names are tokens
 };
 
 // The bundle's entries, every name and text redacted with `redaction`.

@@ -221,16 +221,17 @@ int RunCollect(const CollectRequest& asked) {
     return inspect::kExitClean;
 }
 
-int RunInspectBundle(const std::wstring& bundle, const inspect::Request& request) {
+bool ReportOfBundle(const std::wstring& bundle, const inspect::Request& request, inspect::Report& report,
+                    bool& redacted) {
     // Settings files are the largest entries the library reads.
     std::map<std::string, std::string> entries;
     Collected collected;
     std::string error;
     if (!ReadZip(bundle, 4 * grs::kIniMaxFileBytes, entries, error) || !ReadBundle(entries, collected, error)) {
         std::fprintf(stderr, "grs-support: %s: %s\n", Text(bundle).c_str(), error.c_str());
-        return inspect::kExitCouldNotCheck;
+        return false;
     }
-    inspect::Report report;
+    redacted = collected.redacted;
     report.snapshot = collected.snapshot;
     report.context = inspect::MakeContext(request);
     // What exists is what existed on the user's machine.
@@ -240,6 +241,13 @@ int RunInspectBundle(const std::wstring& bundle, const inspect::Request& request
     report.plan = inspect::PlanFixes(report.snapshot, report.context, report.findings);
     report.environment = EnvironmentLines(collected.environment);
     report.environment.insert(report.environment.begin(), {"collected", collected.collectedAt});
+    return true;
+}
+
+int RunInspectBundle(const std::wstring& bundle, const inspect::Request& request) {
+    inspect::Report report;
+    bool redacted = false;
+    if (!ReportOfBundle(bundle, request, report, redacted)) return inspect::kExitCouldNotCheck;
     return inspect::PrintReport(report, request.json);
 }
 

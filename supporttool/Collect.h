@@ -27,5 +27,9 @@ int RunCollect(const CollectRequest& request);
 // Inspects a bundle against its own Run value and environment, with the
 // country, user, country sets and package name of `request`; the exit status.
 int RunInspectBundle(const std::wstring& bundle, const inspect::Request& request);
+// The report RunInspectBundle prints; false (said on standard error) when the
+// bundle cannot be read. `redacted`: its names are tokens.
+bool ReportOfBundle(const std::wstring& bundle, const inspect::Request& request, inspect::Report& report,
+                    bool& redacted);
 
 }  // namespace supporttool

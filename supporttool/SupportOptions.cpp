@@ -1,5 +1,7 @@
 #include "supporttool/SupportOptions.h"
 
+#include <vector>
+
 #include "core/TextUtil.h"
 
 namespace supporttool {
@@ -35,6 +37,15 @@ const char* UsageText() {
            "  Reads a user's start-up files, or a bundle of them, and reports what is wrong; changes nothing\n"
            "  unless asked to repair. A bundle is judged against its own Run value and environment.\n"
            "  Exit status: 0 nothing needs action, 1 findings that need action, 2 could not check.\n"
+           "\n"
+           "usage: grs-support plan (BUNDLE.zip | --appdata DIR [options]) OUT.json\n"
+           "  Writes every change a repair would make, and what it was made from; changes nothing.\n"
+           "usage: grs-support apply PLAN.json [--mapping FILE]\n"
+           "  Makes exactly the plan's changes to the profile it names (--mapping: the mapping collect wrote\n"
+           "  beside a redacted bundle), after keeping the originals in a dated backup folder beside it;\n"
+           "  refused when the profile changed since the plan. The profile is then inspected again.\n"
+           "usage: grs-support undo BACKUP_DIR\n"
+           "  Puts every file and the Run value back as they were before the apply that made BACKUP_DIR.\n"
            "  --appdata DIR       the user's app-data folder (\"Setting.ini\", \"SyncSetting.ini\")\n"
            "  --exe-dir DIR       the client's install folder (server address files; default: the\n"
            "                      folder of the executable the Run value names)\n"
@@ -62,26 +73,47 @@ bool ParseOptions(int argc, const wchar_t* const* argv, Options& options, std::s
         options.command = Command::Help;
         return true;
     }
-    if (command != L"inspect" && command != L"collect") {
+    const struct {
+        const wchar_t* name;
+        Command command;
+    } commands[] = {{L"inspect", Command::Inspect},
+                    {L"collect", Command::Collect},
+                    {L"plan", Command::Plan},
+                    {L"apply", Command::Apply},
+                    {L"undo", Command::Undo}};
+    bool known = false;
+    for (const auto& entry : commands) {
+        if (command != entry.name) continue;
+        options.command = entry.command;
+        known = true;
+    }
+    if (!known) {
         error = "unknown command " + grs::WideToUtf8(command);
         return false;
     }
-    const bool collect = command == L"collect";
-    options.command = collect ? Command::Collect : Command::Inspect;
+    const bool collect = options.command == Command::Collect;
+    const bool judges = options.command == Command::Inspect || options.command == Command::Plan;
+    const bool plain = options.command == Command::Apply || options.command == Command::Undo;
     inspect::Request& request = options.request;
-    std::wstring positional;
+    std::vector<std::wstring> positional;
+    const size_t files = options.command == Command::Plan ? 2 : 1;
     for (int i = 2; i < argc; ++i) {
         const std::wstring arg = argv[i];
         const bool hasValue = i + 1 < argc;
         if (arg.rfind(L"--", 0) != 0) {
-            if (!positional.empty()) {
-                error = "more than one file given: " + grs::WideToUtf8(arg);
+            if (positional.size() == files) {
+                error = "one file too many: " + grs::WideToUtf8(arg);
                 return false;
             }
-            positional = arg;
-        } else if (arg == L"--json" && !collect) {
+            positional.push_back(arg);
+        } else if (arg == L"--mapping" && options.command == Command::Apply && hasValue) {
+            options.mapping = argv[++i];
+        } else if (plain) {
+            error = "unknown option " + grs::WideToUtf8(arg);
+            return false;
+        } else if (arg == L"--json" && options.command == Command::Inspect) {
             request.json = true;
-        } else if (arg == L"--repair-in-place" && !collect) {
+        } else if (arg == L"--repair-in-place" && options.command == Command::Inspect) {
             request.repairInPlace = true;
         } else if (arg == L"--no-redact" && collect) {
             options.redact = false;
@@ -98,32 +130,47 @@ bool ParseOptions(int argc, const wchar_t* const* argv, Options& options, std::s
             request.user = argv[++i];
         } else if (arg == L"--hkcu") {
             request.runKeyRoot = argv[++i];
-        } else if (arg == L"--country" && !collect) {
+        } else if (arg == L"--country" && judges) {
             request.country = argv[++i];
-        } else if (arg == L"--asia" && !collect) {
+        } else if (arg == L"--asia" && judges) {
             request.asia = CountryList(argv[++i]);
-        } else if (arg == L"--europe" && !collect) {
+        } else if (arg == L"--europe" && judges) {
             request.europe = CountryList(argv[++i]);
-        } else if (arg == L"--package" && !collect) {
+        } else if (arg == L"--package" && judges) {
             request.packageName = argv[++i];
-        } else if (arg == L"--repair" && !collect) {
+        } else if (arg == L"--repair" && options.command == Command::Inspect) {
             request.repairTo = argv[++i];
         } else {
             error = "unknown option " + grs::WideToUtf8(arg);
             return false;
         }
     }
+    if (plain) {
+        if (positional.size() != 1) {
+            error = options.command == Command::Apply ? "apply needs PLAN.json" : "undo needs BACKUP_DIR";
+            return false;
+        }
+        options.out = positional[0];
+        return true;
+    }
+    if (collect || options.command == Command::Plan) {
+        if (positional.empty()) {
+            error = collect ? "collect needs OUT.zip" : "plan needs OUT.json";
+            return false;
+        }
+        options.out = positional.back();
+        positional.pop_back();
+    }
     if (collect) {
-        options.out = positional;
-        if (request.appData.empty() || options.out.empty()) {
-            error = "collect needs --appdata DIR and OUT.zip";
+        if (request.appData.empty()) {
+            error = "collect needs --appdata DIR";
             return false;
         }
         return true;
     }
-    options.bundle = positional;
+    if (!positional.empty()) options.bundle = positional[0];
     if (options.bundle.empty() == request.appData.empty()) {
-        error = "inspect needs either BUNDLE.zip or --appdata DIR";
+        error = "give either BUNDLE.zip or --appdata DIR";
         return false;
     }
     const bool repairing = !request.repairTo.empty() || request.repairInPlace;

@@ -12,6 +12,7 @@
 #include "core/UniqueResource.h"
 #include "inspect/Inspect.h"
 #include "supporttool/Collect.h"
+#include "supporttool/Plan.h"
 #include "supporttool/SupportOptions.h"
 
 int main() {
@@ -36,6 +37,22 @@ int main() {
             collect.redact = options.redact;
             collect.out = options.out;
             return supporttool::RunCollect(collect);
+        }
+        if (options.command == supporttool::Command::Apply) return supporttool::RunApply(options.out, options.mapping);
+        if (options.command == supporttool::Command::Undo) return supporttool::RunUndo(options.out);
+        if (options.command == supporttool::Command::Plan) {
+            inspect::Report report;
+            bool redacted = false;
+            if (options.bundle.empty()) {
+                report = inspect::InspectProfile(options.request);
+                if (!report.snapshot.appDataIsFolder) {
+                    std::fprintf(stderr, "grs-support: no app-data folder at the path given\n");
+                    return inspect::kExitCouldNotCheck;
+                }
+            } else if (!supporttool::ReportOfBundle(options.bundle, options.request, report, redacted)) {
+                return inspect::kExitCouldNotCheck;
+            }
+            return supporttool::RunPlan(report, redacted, options.out);
         }
         if (!options.bundle.empty()) return supporttool::RunInspectBundle(options.bundle, options.request);
         return inspect::RunInspect(options.request);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "inspect/Inspect.h"
 #include "supporttool/Bundle.h"
 #include "supporttool/Collect.h"
+#include "supporttool/Plan.h"
 #include "supporttool/Redact.h"
 #include "supporttool/SupportOptions.h"
 #include "supporttool/Zip.h"
@@ -205,6 +207,106 @@ TEST(SupportTool, AnUnreadableBundleCannotBeChecked) {
     grs::test::WriteFileBytes(folder / L"not.zip", "PK but not a zip");
     for (const std::wstring& path : {folder / L"not.zip", folder / L"missing.zip"})
         EXPECT_EQ(supporttool::RunInspectBundle(path, inspect::Request()), inspect::kExitCouldNotCheck);
+}
+
+// The profile's files, the backup folders apply leaves beside it left out.
+std::map<std::wstring, std::pair<std::string, DWORD>> ProfileFiles(const UsersProfile& profile) {
+    auto files = FolderContents(profile.root.Path());
+    for (auto it = files.begin(); it != files.end();)
+        it = it->first.find(L"-backup-") != std::wstring::npos ? files.erase(it) : std::next(it);
+    return files;
+}
+
+std::wstring BackupFolder(const UsersProfile& profile) {
+    WIN32_FIND_DATAW entry = {};
+    grs::UniqueFind find(::FindFirstFileW((profile.root / (profile.user + L"\\AppData-backup-*")).c_str(), &entry));
+    return find ? profile.root / (profile.user + L"\\" + entry.cFileName) : std::wstring();
+}
+
+// A profile with something for every kind of change: a misspelt key, the
+// attributes, a key line before any section, an unquoted Run value.
+void Spoil(UsersProfile& profile) {
+    grs::test::WriteFileBytes(profile.appData + L"\\Setting.ini",
+                              grs::test::Replaced(kSetting, "SapceOMVersion=0", "SpaceOMVersion=2"));
+    ::SetFileAttributesW((profile.appData + L"\\SyncSetting.ini").c_str(), FILE_ATTRIBUTE_NORMAL);
+    grs::test::WriteFileBytes(profile.appData + L"\\SyncSetting.ini", "PCModel=PC\r\n[SyncSetting]\r\nPortal=p\r\n");
+    profile.run.Set(profile.install + L"\\client.exe /background");
+}
+
+TEST(SupportTool, PlanApplyAndUndoRoundTrip) {
+    UsersProfile profile;
+    Spoil(profile);
+    const auto before = ProfileFiles(profile);
+    const std::wstring runBefore = profile.run.Get();
+    inspect::Request request = profile.Collect().request;
+    const std::wstring planPath = profile.outFolder / L"plan.json";
+    ASSERT_EQ(supporttool::RunPlan(inspect::InspectProfile(request), false, planPath), inspect::kExitClean);
+    EXPECT_EQ(ProfileFiles(profile), before);  // a plan changes nothing
+
+    supporttool::RunApply(planPath, L"");
+    const auto applied = ProfileFiles(profile);
+    EXPECT_NE(applied, before);
+    const inspect::Report after = inspect::InspectProfile(request);
+    for (const inspect::Finding& finding : after.findings) {
+        if (finding.severity < inspect::Severity::Note) continue;
+        const std::string code = inspect::Describe(finding.code).id;
+        EXPECT_TRUE(code != "key-misspelt" && code != "file-attributes" && code != "line-outside-section" &&
+                    code != "run-unquoted")
+            << code;
+    }
+    const std::wstring backup = BackupFolder(profile);
+    ASSERT_FALSE(backup.empty());
+
+    // Applying the same plan again changes nothing.
+    EXPECT_NE(supporttool::RunApply(planPath, L""), inspect::kExitCouldNotCheck);
+    EXPECT_EQ(ProfileFiles(profile), applied);
+
+    ASSERT_EQ(supporttool::RunUndo(backup), inspect::kExitClean);
+    const auto undone = ProfileFiles(profile);
+    EXPECT_EQ(undone.size(), before.size());
+    for (const auto& file : before) {
+        SCOPED_TRACE(grs::WideToUtf8(file.first));
+        ASSERT_EQ(undone.count(file.first), 1u);
+        EXPECT_EQ(undone.at(file.first).first, file.second.first);
+        EXPECT_EQ(undone.at(file.first).second, file.second.second);
+    }
+    EXPECT_EQ(profile.run.Get(), runBefore);
+}
+
+TEST(SupportTool, ApplyRefusesAProfileThatChangedSinceThePlan) {
+    UsersProfile profile;
+    Spoil(profile);
+    inspect::Request request = profile.Collect().request;
+    const std::wstring planPath = profile.outFolder / L"plan.json";
+    ASSERT_EQ(supporttool::RunPlan(inspect::InspectProfile(request), false, planPath), inspect::kExitClean);
+    grs::test::WriteFileBytes(profile.appData + L"\\Setting.ini",
+                              grs::test::Replaced(kSetting, "SapceOMVersion=0", "SpaceOMVersion=3"));
+    const auto changed = ProfileFiles(profile);
+    EXPECT_EQ(supporttool::RunApply(planPath, L""), inspect::kExitCouldNotCheck);
+    EXPECT_EQ(ProfileFiles(profile), changed);
+    EXPECT_TRUE(BackupFolder(profile).empty());
+}
+
+// Planned on a support engineer's machine from a redacted bundle, applied on
+// the user's with the mapping collect left there.
+TEST(SupportTool, APlanFromARedactedBundleAppliesWithTheMapping) {
+    UsersProfile profile;
+    Spoil(profile);
+    const supporttool::CollectRequest collect = profile.Collect();
+    ASSERT_EQ(supporttool::RunCollect(collect), inspect::kExitClean);
+    inspect::Report report;
+    bool redacted = false;
+    ASSERT_TRUE(supporttool::ReportOfBundle(collect.out, inspect::Request(), report, redacted));
+    EXPECT_TRUE(redacted);
+    const std::wstring planPath = profile.outFolder / L"plan.json";
+    ASSERT_EQ(supporttool::RunPlan(report, redacted, planPath), inspect::kExitClean);
+    EXPECT_EQ(grs::test::ReadFileBytes(planPath).find(grs::WideToUtf8(profile.user)), std::string::npos);
+
+    EXPECT_EQ(supporttool::RunApply(planPath, L""), inspect::kExitCouldNotCheck);  // without the mapping
+    supporttool::RunApply(planPath, supporttool::MappingPath(collect.out));
+    const std::string setting = grs::test::ReadFileBytes(profile.appData + L"\\Setting.ini");
+    EXPECT_NE(setting.find("SapceOMVersion=2"), std::string::npos);
+    EXPECT_FALSE(BackupFolder(profile).empty());
 }
 
 }  // namespace

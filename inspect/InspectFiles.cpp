@@ -207,9 +207,6 @@ Context MakeContext(const Request& request) {
     return context;
 }
 
-namespace {
-
-// "20240501-100000", local time: the backup folder's name.
 std::string BackupStamp() {
     SYSTEMTIME now = {};
     ::GetLocalTime(&now);
@@ -218,8 +215,6 @@ std::string BackupStamp() {
                   now.wMinute, now.wSecond);
     return text;
 }
-
-}  // namespace
 
 Report InspectProfile(const Request& request) {
     Report report;

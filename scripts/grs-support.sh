@@ -5,14 +5,8 @@
 # the Windows path Wine shows it under (Z:\home\...). Standard output carries
 # the report alone and the exit status is the program's (0 nothing needs
 # action, 1 findings that need action, 2 could not check).
-set -euo pipefail
-ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-cd "$ROOT"
-GRS_DEPS_PREFIX=$("$ROOT/scripts/bootstrap.sh" | tail -n 1)
-export GRS_DEPS_PREFIX
-PRESET=${GRS_PRESET:-mingw}
-cmake --preset "$PRESET" >/dev/null
-cmake --build --preset "$PRESET" --target grs-support >&2
+GRS_BUILD_TARGET=grs-support
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 args=()
 for arg in "$@"; do

@@ -12,14 +12,6 @@ namespace {
 
 constexpr int kFormat = 1;
 
-std::string Text(const std::wstring& text) {
-    return grs::WideToUtf8(text);
-}
-
-std::wstring Wide(const Json::Value& value) {
-    return grs::Utf8ToWide(value.asString());
-}
-
 // One collected file: its facts in the manifest, its bytes under `entry`.
 Json::Value FileJson(const std::string& entry, const std::wstring& path, const inspect::FileSnapshot& file) {
     Json::Value item(Json::objectValue);

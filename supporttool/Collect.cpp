@@ -13,6 +13,7 @@
 #include "core/TextUtil.h"
 #include "core/UniqueResource.h"
 #include "supporttool/Bundle.h"
+#include "supporttool/JsonText.h"
 #include "supporttool/Redact.h"
 #include "supporttool/Zip.h"
 
@@ -24,10 +25,6 @@ void FreeTaskMemory(PWSTR memory) {
     ::CoTaskMemFree(memory);
 }
 using UniqueTaskText = grs::UniqueResource<grs::HandleTraits<PWSTR, 0, &FreeTaskMemory>>;
-
-std::string Text(const std::wstring& text) {
-    return grs::WideToUtf8(text);
-}
 
 long long FileTimeMs(const FILETIME& time) {
     const unsigned long long ticks = (static_cast<unsigned long long>(time.dwHighDateTime) << 32) | time.dwLowDateTime;

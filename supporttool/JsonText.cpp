@@ -2,7 +2,17 @@
 
 #include <memory>
 
+#include "core/TextUtil.h"
+
 namespace supporttool {
+
+std::string Text(const std::wstring& text) {
+    return grs::WideToUtf8(text);
+}
+
+std::wstring Wide(const Json::Value& value) {
+    return grs::Utf8ToWide(value.asString());
+}
 
 std::string Hex(const std::string& bytes) {
     static const char digits[] = "0123456789abcdef";

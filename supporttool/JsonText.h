@@ -9,6 +9,10 @@
 
 namespace supporttool {
 
+// Texts between the program's wide strings and JSON's UTF-8.
+std::string Text(const std::wstring& text);
+std::wstring Wide(const Json::Value& value);
+
 std::string Hex(const std::string& bytes);
 // Bytes from Hex's text; a digit that is none counts as 0.
 std::string Unhex(const std::string& hex);

@@ -20,14 +20,6 @@ namespace {
 
 constexpr int kFormat = 1;
 
-std::string Text(const std::wstring& text) {
-    return grs::WideToUtf8(text);
-}
-
-std::wstring Wide(const Json::Value& value) {
-    return grs::Utf8ToWide(value.asString());
-}
-
 // The files a plan may touch, each by its full path, with its state now.
 struct FileState {
     std::wstring path;
@@ -61,15 +53,6 @@ std::wstring RunKeyRoot(const std::wstring& runKey) {
     if (runKey.size() > suffix.size() && runKey.compare(runKey.size() - suffix.size(), suffix.size(), suffix) == 0)
         return runKey.substr(0, runKey.size() - suffix.size() - 1);
     return std::wstring();
-}
-
-std::string Stamp() {
-    SYSTEMTIME now = {};
-    ::GetLocalTime(&now);
-    char text[32];
-    std::snprintf(text, sizeof text, "%04u%02u%02u-%02u%02u%02u", now.wYear, now.wMonth, now.wDay, now.wHour,
-                  now.wMinute, now.wSecond);
-    return text;
 }
 
 bool WriteText(const std::wstring& path, const std::string& text) {
@@ -235,7 +218,7 @@ int RunApply(const std::wstring& planPath, const std::wstring& mappingPath) {
         for (const FileState& state : before) known = known || state.path == path;
         if (!known) before.push_back(ReadState(path));
     }
-    const std::string stamp = Stamp();
+    const std::string stamp = inspect::BackupStamp();
     // A file rebuilt from its readable lines is also set aside as it was.
     std::vector<std::wstring> setAside;
     for (const inspect::Fix& fix : fixes) {

@@ -183,13 +183,7 @@ TEST(StartupHostInspect, ReportsWhatIsWrongAndChangesNothing) {
     EXPECT_EQ(SummaryLine(inspected).rfind("3 problems, ", 0), 0u) << SummaryLine(inspected);
 
     const auto after = FolderContents(root.Path());
-    EXPECT_EQ(after.size(), before.size());
-    for (const auto& file : before) {
-        SCOPED_TRACE(grs::WideToUtf8(file.first));
-        ASSERT_EQ(after.count(file.first), 1u);
-        EXPECT_EQ(after.at(file.first).first, file.second.first);
-        EXPECT_EQ(after.at(file.first).second, file.second.second);
-    }
+    grs::test::ExpectSameFiles(before, after);
     EXPECT_EQ(run.Get(), L"C:\\Gone\\client.exe /background");
 }
 

@@ -148,13 +148,7 @@ TEST(SupportTool, CollectChangesNothingAndNoByteHoldsTheUserName) {
     ASSERT_EQ(supporttool::RunCollect(profile.Collect()), inspect::kExitClean);
 
     const auto after = FolderContents(profile.root.Path());
-    EXPECT_EQ(after.size(), before.size());
-    for (const auto& file : before) {
-        SCOPED_TRACE(grs::WideToUtf8(file.first));
-        ASSERT_EQ(after.count(file.first), 1u);
-        EXPECT_EQ(after.at(file.first).first, file.second.first);
-        EXPECT_EQ(after.at(file.first).second, file.second.second);
-    }
+    grs::test::ExpectSameFiles(before, after);
     EXPECT_EQ(profile.run.Get(), runBefore);
 
     const std::string bundle = grs::test::ReadFileBytes(profile.outFolder / L"bundle.zip");
@@ -263,13 +257,7 @@ TEST(SupportTool, PlanApplyAndUndoRoundTrip) {
 
     ASSERT_EQ(supporttool::RunUndo(backup), inspect::kExitClean);
     const auto undone = ProfileFiles(profile);
-    EXPECT_EQ(undone.size(), before.size());
-    for (const auto& file : before) {
-        SCOPED_TRACE(grs::WideToUtf8(file.first));
-        ASSERT_EQ(undone.count(file.first), 1u);
-        EXPECT_EQ(undone.at(file.first).first, file.second.first);
-        EXPECT_EQ(undone.at(file.first).second, file.second.second);
-    }
+    grs::test::ExpectSameFiles(before, undone);
     EXPECT_EQ(profile.run.Get(), runBefore);
 }
 

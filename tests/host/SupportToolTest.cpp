@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/TextUtil.h"
+#include "core/UniqueResource.h"
 #include "inspect/Inspect.h"
 #include "supporttool/Bundle.h"
 #include "supporttool/Collect.h"
@@ -145,7 +146,17 @@ TEST(SupportTool, CollectChangesNothingAndNoByteHoldsTheUserName) {
     ASSERT_GE(profile.user.size(), 2u);
     const auto before = FolderContents(profile.root.Path());
     const std::wstring runBefore = profile.run.Get();
-    ASSERT_EQ(supporttool::RunCollect(profile.Collect()), inspect::kExitClean);
+    {
+        // The client keeps its settings file open, sharing it for reading only.
+        grs::UniqueFile held(::CreateFileW((profile.appData + L"\\Setting.ini").c_str(), GENERIC_READ | GENERIC_WRITE,
+                                           FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+        ASSERT_TRUE(held);
+        ASSERT_EQ(supporttool::RunCollect(profile.Collect()), inspect::kExitClean);
+    }
+    std::map<std::string, std::string> entries;
+    std::string error;
+    ASSERT_TRUE(supporttool::ReadZip(profile.outFolder / L"bundle.zip", 1 << 20, entries, error)) << error;
+    EXPECT_EQ(entries.count("files/appdata/Setting.ini"), 1u);
 
     const auto after = FolderContents(profile.root.Path());
     grs::test::ExpectSameFiles(before, after);

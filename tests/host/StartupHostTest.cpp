@@ -25,8 +25,8 @@ struct HostRun {
 };
 
 // Runs `program` (beside the tests) with `arguments` and parses its JSON
-// report.
-HostRun RunProgram(const std::wstring& program, const std::wstring& arguments) {
+// report, when `report` says it writes one.
+HostRun RunProgram(const std::wstring& program, const std::wstring& arguments, bool report = true) {
     HostRun run;
     const std::wstring folder = grs::DirectoryWithSeparator(grs::HostExecutablePath());
     grs::test::TempFolder scratch;
@@ -47,6 +47,7 @@ HostRun RunProgram(const std::wstring& program, const std::wstring& arguments) {
     }
     ::GetExitCodeProcess(host.get(), &run.exitCode);
     const std::string text = grs::test::ReadFileBytes(output);
+    if (!report) return run;
     Json::CharReaderBuilder builder;
     std::string errors;
     std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
@@ -146,6 +147,25 @@ TEST_F(StartupHost, InspectingTheDemosProfileFindsNothingWrong) {
     EXPECT_TRUE(HasFinding(inspected, "SyncSetting.ini", "CatchFolder", "ok", "cache-folder", "\"demo-user\""));
     EXPECT_TRUE(HasFinding(inspected, "ServerConfig", "ServerConfig", "ok", "server-file-loaded", "46"));
     EXPECT_TRUE(HasFinding(inspected, "RouteCache", "[freshness]", "ok", "route-fresh"));
+}
+
+// The program's exit status, for scripts: 2 when the check could not be made.
+TEST(StartupHostInspect, ExitStatusWhenNothingCanBeChecked) {
+    grs::test::TempFolder root;
+    const struct {
+        const char* name;
+        std::wstring arguments;
+    } rows[] = {
+        {"no such app-data folder", L"inspect --appdata \"" + root / L"missing" + L"\""},
+        {"no such bundle", L"inspect \"" + root / L"missing.zip" + L"\""},
+        {"a command line not understood", L"inspect --appdata"},
+        {"no command", L""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(RunProgram(L"grs-support.exe", row.arguments, false).exitCode,
+                  static_cast<DWORD>(inspect::kExitCouldNotCheck));
+    }
 }
 
 TEST(StartupHostInspect, ReportsWhatIsWrongAndChangesNothing) {

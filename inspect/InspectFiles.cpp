@@ -174,8 +174,7 @@ Snapshot TakeSnapshot(const Request& request) {
     }
     snapshot.exeDirIsFolder = !snapshot.exeDir.empty() && IsFolder(snapshot.exeDir);
     if (snapshot.exeDirIsFolder) {
-        for (grs::ServerRegion region : {grs::ServerRegion::Default, grs::ServerRegion::Asia, grs::ServerRegion::Europe,
-                                         grs::ServerRegion::Russia}) {
+        for (grs::ServerRegion region : grs::kServerRegions) {
             for (bool test : {false, true}) {
                 const std::wstring name = grs::ServerConfigFileName(region, test);
                 snapshot.serverFiles[name] = ReadSnapshotFile(grs::PathJoin(snapshot.exeDir, name));

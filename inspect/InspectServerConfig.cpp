@@ -10,9 +10,6 @@ namespace inspect {
 
 namespace {
 
-const grs::ServerRegion kRegions[] = {grs::ServerRegion::Default, grs::ServerRegion::Asia, grs::ServerRegion::Europe,
-                                      grs::ServerRegion::Russia};
-
 // One file. The test variant matters only to test builds, so what is wrong
 // with it counts one step milder.
 void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const std::string& member, bool testVariant,
@@ -136,7 +133,7 @@ std::vector<Finding> InspectServerConfig(const Snapshot& snapshot, const Context
     const std::string from =
         snapshot.exeDirGiven ? std::string() : " (the folder of the executable the Run value names)";
     std::vector<std::wstring> present;
-    for (grs::ServerRegion region : kRegions) {
+    for (grs::ServerRegion region : grs::kServerRegions) {
         for (bool test : {false, true}) {
             const std::wstring name = grs::ServerConfigFileName(region, test);
             const auto file = snapshot.serverFiles.find(name);

@@ -15,6 +15,7 @@
 #include "inspect/IniDiagnosis.h"
 #include "inspect/InspectDetail.h"
 #include "settings/SettingRules.h"
+#include "settings/SettingsFiles.h"
 
 namespace inspect {
 
@@ -22,7 +23,7 @@ namespace {
 
 namespace rules = grs::settings;
 
-constexpr DWORD kAtRest = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+constexpr DWORD kAtRest = grs::settings::kAtRestAttributes;
 
 struct IniFileRules {
     const char* area;

@@ -88,7 +88,8 @@ void CheckFreshness(const st_ZRVInfo& record, const Context& context, Findings& 
             return;
         case CacheFreshness::TimeTooLongOrNoCountry:
             findings.Add(Code::RouteNeverFresh, "[freshness]", Severity::Warning,
-                         "a time of more than 15 digits or no country: never fresh");
+                         "a time of more than " + std::to_string(grs::route::kMaxRouteTimeDigits) +
+                             " digits or no country: never fresh");
             return;
     }
 }

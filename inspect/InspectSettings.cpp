@@ -186,12 +186,19 @@ Verdict AbsentVerdict(const SettingKey& key, bool missing, const Facts& facts) {
     return Say(Severity::Ok, "");
 }
 
+// The length of the library's hash of a user id, in hexadecimal digits.
+size_t UserHashDigits() {
+    static const size_t digits = grs::UserIdHash(L"").size();
+    return digits;
+}
+
 // "CatchFolder": the user's cache folder, a backslash and the SHA-256 of the
 // user's id in lower-case hexadecimal.
 std::wstring CacheRootDigest(const std::wstring& root) {
     const size_t slash = root.rfind(L'\\');
     const std::wstring tail = slash == std::wstring::npos ? root : root.substr(slash + 1);
-    if (tail.size() != 64 || tail.find_first_not_of(L"0123456789abcdef") != std::wstring::npos) return std::wstring();
+    if (tail.size() != UserHashDigits() || tail.find_first_not_of(L"0123456789abcdef") != std::wstring::npos)
+        return std::wstring();
     return tail;
 }
 
@@ -206,8 +213,9 @@ Verdict ThumbnailVerdict(const std::wstring& value, const wchar_t* leaf, const F
 Verdict CacheFolderVerdict(const std::wstring& value, const Facts& facts) {
     const std::wstring digest = CacheRootDigest(value);
     if (digest.empty())
-        return Say(Severity::Warning, "does not end in the 64-digit hash of a user id, as every start writes it");
-    if (value.size() == 65)
+        return Say(Severity::Warning, "does not end in the " + std::to_string(UserHashDigits()) +
+                                          "-digit hash of a user id, as every start writes it");
+    if (value.size() == UserHashDigits() + 1)
         return Say(Severity::Warning,
                    "only the user hash: written before sign-in, while the user's cache "
                    "folder was unknown; the next signed-in start rewrites it");

@@ -148,11 +148,12 @@ Verdict AbsentVerdict(const SettingKey& key, bool missing, const Facts& facts) {
             if (missing) return Say(Severity::Note, "missing: the next start adds it empty");
             if (key.reading == Reading::ErrorLimit) {
                 // COMPAT: the number comes from the plan key, as the client always read it.
-                return Say(Severity::Ok,
-                           "empty, as written at creation: the error limiting time is then taken from "
-                           "\"IsJoinUserExperiencePlan\" (" +
-                               std::to_string(readings::ErrorLimitingTimeFrom(facts.Value(L"IsJoinUserExperiencePlan"))) +
-                               ")");
+                return Say(
+                    Severity::Ok,
+                    "empty, as written at creation: the error limiting time is then taken from "
+                    "\"IsJoinUserExperiencePlan\" (" +
+                        std::to_string(readings::ErrorLimitingTimeFrom(facts.Value(L"IsJoinUserExperiencePlan"))) +
+                        ")");
             }
             return Say(Severity::Ok, "empty, as written at creation");
         case Absent::FromRunValue:

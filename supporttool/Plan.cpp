@@ -289,6 +289,7 @@ int RunUndo(const std::wstring& backup) {
     int failures = 0;
     for (const Json::Value& file : undo["files"]) {
         const std::wstring path = Wide(file["path"]);
+        // Windows refuses to copy over a hidden or read-only file (Wine does not).
         ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
         bool done = false;
         if (file["existed"].asBool()) {

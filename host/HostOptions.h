@@ -16,15 +16,6 @@ struct Options {
     bool json = false;
     bool keep = false;  // reuse the profile of the last run
     bool help = false;
-
-    // --inspect: judge a user's files instead of playing a start.
-    bool inspect = false;
-    std::wstring inspectAppData;  // the user's app-data folder
-    std::wstring exeDir;          // the folder of the client executable
-    std::wstring routeCache;      // the cached route record's JSON text
-    std::wstring runKeyRoot;      // read the Run value under HKCU\<this> (empty: HKCU itself)
-    std::wstring repairTo;        // --repair OUT_DIR: repair a copy
-    bool repairInPlace = false;   // --repair-in-place: repair the profile, with a backup
 };
 
 // False (with `error` set) when the command line is not understood.

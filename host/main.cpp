@@ -1,8 +1,8 @@
 // startup-host: plays the client at start-up over GlobalRootService.dll, with
 // the stand-in client libraries and loopback routing servers, and reports
-// what the library did; or, with --inspect, reads a user's profile and reports
-// what is wrong with it. Only the report goes to standard output, so that it
-// can be piped; progress and errors go to standard error.
+// what the library did (grs-support inspects a user's profile). Only the
+// report goes to standard output, so that it can be piped; progress and errors
+// go to standard error.
 #include <windows.h>
 #include <shellapi.h>
 
@@ -25,7 +25,6 @@
 #include "host/DemoReport.h"
 #include "host/HostOptions.h"
 #include "host/Sandbox.h"
-#include "inspect/Inspect.h"
 #include "settings/SettingRules.h"
 #include "standin/StandInControl.h"
 
@@ -167,20 +166,6 @@ private:
     grs::UniqueKey m_key;
 };
 
-inspect::Request InspectRequest(const host::Options& options) {
-    inspect::Request request;
-    request.appData = options.inspectAppData;
-    request.exeDir = options.exeDir;
-    request.routeCache = options.routeCache;
-    request.runKeyRoot = options.runKeyRoot;
-    request.country = options.country;
-    if (options.userGiven) request.user = options.user;
-    request.json = options.json;
-    request.repairTo = options.repairTo;
-    request.repairInPlace = options.repairInPlace;
-    return request;
-}
-
 }  // namespace
 
 int main() {
@@ -194,15 +179,6 @@ int main() {
                      host::UsageText());
         return options.help ? 0 : 2;
     }
-    if (options.inspect) {
-        try {
-            return inspect::RunInspect(InspectRequest(options));
-        } catch (const std::exception& e) {
-            std::fprintf(stderr, "startup-host: inspection failed: %s\n", e.what());
-            return 1;
-        }
-    }
-
     const std::wstring hostFolder = HostFolder();
     host::Sandbox sandbox(options.profile.empty() ? hostFolder + L"demo" : options.profile, hostFolder);
     std::vector<std::string> modes(5, "ok");

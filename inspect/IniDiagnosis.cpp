@@ -77,13 +77,13 @@ std::vector<std::wstring> CheckLines(const std::wstring& text, const std::wstrin
             case grs::ini::LineKind::Key: {
                 const std::wstring name(grs::ini::TrimBlanks(line.name));
                 if (!inSection) {
-                    dropped.Add(LineKey(number), Severity::Warning,
+                    dropped.Add(Code::LineOutsideSection, LineKey(number), Severity::Warning,
                                 "a key line before any section (" + Shown(shown) + "): not read, and a save drops it");
                     return;
                 }
                 if (!grs::ini::IsWritableKey(line.name)) {
                     dropped.Add(
-                        LineKey(number), Severity::Warning,
+                        Code::KeyNotSaved, LineKey(number), Severity::Warning,
                         "read as the key " + Shown(name) + ", which no save writes back: dropped at the next save");
                     return;
                 }
@@ -93,10 +93,11 @@ std::vector<std::wstring> CheckLines(const std::wstring& text, const std::wstrin
             }
             case grs::ini::LineKind::Other:
                 if (line.text.front() == L'#' || line.text.front() == L';') {
-                    dropped.Add(LineKey(number), Severity::Note, "a comment (" + Shown(shown) + "): a save drops it");
+                    dropped.Add(Code::CommentDropped, LineKey(number), Severity::Note,
+                                "a comment (" + Shown(shown) + "): a save drops it");
                 } else {
                     dropped.Add(
-                        LineKey(number), Severity::Warning,
+                        Code::StrayLine, LineKey(number), Severity::Warning,
                         "neither a section nor a key line (" + Shown(shown) + "): not read, and a save drops it");
                 }
                 return;
@@ -107,7 +108,8 @@ std::vector<std::wstring> CheckLines(const std::wstring& text, const std::wstrin
         if (section.second.size() < 2) continue;
         const std::string lines = LineNumbers(section.second);
         const bool read = section.first == Lower(sectionName);
-        repeated.Add(L"[" + spelling[section.first] + L"]", read ? Severity::Warning : Severity::Note,
+        repeated.Add(Code::SectionRepeated, L"[" + spelling[section.first] + L"]",
+                     read ? Severity::Warning : Severity::Note,
                      "a section header repeated on lines " + lines +
                          ": this library merges them, the private-profile functions read only the first");
     }
@@ -122,10 +124,10 @@ std::vector<std::wstring> CheckLines(const std::wstring& text, const std::wstrin
         }
         const std::wstring& name = keySpelling[key.first];
         if (same) {
-            repeated.Add(name, Severity::Note,
+            repeated.Add(Code::KeyRepeatedSame, name, Severity::Note,
                          "set on lines " + LineNumbers(numbers) + ", each time to the same value: a save keeps one");
         } else {
-            repeated.Add(name, Severity::Warning,
+            repeated.Add(Code::KeyRepeated, name, Severity::Warning,
                          "set on lines " + LineNumbers(numbers) + ": this library reads the last (" +
                              Shown(lines.back().value) + "), the private-profile functions the first (" +
                              Shown(lines.front().value) + ")");
@@ -142,17 +144,17 @@ void CheckStrayFiles(const std::wstring& fileName, const std::vector<std::wstrin
         const std::wstring lower = Lower(name);
         if (lower.size() <= prefix.size() || lower.compare(0, prefix.size(), prefix) != 0) continue;
         if (IsStrayTemporary(fileName, name)) {
-            findings.Add(name, Severity::Warning,
+            findings.Add(Code::StrayTemporary, name, Severity::Warning,
                          "a stray temporary file: a save that did not finish (a crash or a full disk) left it; "
                          "the settings file itself is whole, and this one can go once the client is closed");
         } else {
-            findings.Add(name, Severity::Note, "beside the settings file: not read by the library");
+            findings.Add(Code::SiblingFile, name, Severity::Note, "beside the settings file: not read by the library");
         }
     }
 }
 
 void CheckFileFacts(const FileSnapshot& file, Findings& findings) {
-    findings.Add("[file]", Severity::Ok, "found, " + std::to_string(file.size) + " bytes");
+    findings.Add(Code::FileFound, "[file]", Severity::Ok, "found, " + std::to_string(file.size) + " bytes");
     std::string attributes;
     Severity severity = Severity::Ok;
     const bool hidden = (file.attributes & FILE_ATTRIBUTE_HIDDEN) != 0;
@@ -174,17 +176,17 @@ void CheckFileFacts(const FileSnapshot& file, Findings& findings) {
             "; read-only: the library clears that before each change, but writes through the "
             "private-profile functions fail while it is set";
     }
-    findings.Add("[attributes]", severity, attributes);
+    findings.Add(Code::FileAttributes, "[attributes]", severity, attributes);
 }
 
 void CheckEncoding(const FileSnapshot& file, grs::IniEncoding encoding, Findings& findings) {
     if (file.bytes.empty()) {
-        findings.Add("[encoding]", Severity::Note, "an empty file: every key reads as empty");
+        findings.Add(Code::FileEmpty, "[encoding]", Severity::Note, "an empty file: every key reads as empty");
         return;
     }
     Severity severity = Severity::Ok;
     const char* encodingText = EncodingText(encoding, grs::IsAscii(file.bytes), severity);
-    findings.Add("[encoding]", severity, encodingText);
+    findings.Add(Code::FileEncoding, "[encoding]", severity, encodingText);
 }
 
 void CheckOtherSections(CIniFileW& document, const std::vector<std::wstring>& sectionNames, const wchar_t* sectionName,
@@ -198,16 +200,17 @@ void CheckOtherSections(CIniFileW& document, const std::vector<std::wstring>& se
         const size_t count = other ? other->keys.size() : 0;
         bool caseOnly = false;
         if (SameIgnoringCase(name, sectionName)) {
-            otherSections.Add(L"[" + name + L"]", Severity::Warning,
+            otherSections.Add(Code::SectionCase, L"[" + name + L"]", Severity::Warning,
                               "spelt otherwise than " + grs::WideToUtf8(sectionHeader) +
                                   ": this library's reader ignores letter case, but the names in this file are exact");
         } else if (NearMiss(name, {sectionName}, caseOnly) != nullptr) {
-            otherSections.Add(L"[" + name + L"]", present ? Severity::Warning : Severity::Problem,
+            otherSections.Add(Code::SectionMisspelt, L"[" + name + L"]",
+                              present ? Severity::Warning : Severity::Problem,
                               "one edit from " + grs::WideToUtf8(sectionHeader) + ": its " +
                                   Counted(count, "key is", "keys are") + " not read");
         } else {
             otherSections.Add(
-                L"[" + name + L"]", Severity::Note,
+                Code::SectionUnknown, L"[" + name + L"]", Severity::Note,
                 "a section the library does not read (" + Counted(count, "key", "keys") + ", kept as they are)");
         }
     }
@@ -225,21 +228,22 @@ void CheckUnknownKeys(CIniFileW::Section& section, const std::vector<const wchar
         for (const wchar_t* candidate : known) isKnown = isKnown || name == candidate;
         if (isKnown) continue;
         if (!name.empty() && name.front() == L';') {
-            unknownKeys.Add(name, Severity::Note,
+            unknownKeys.Add(Code::KeyCommentLike, name, Severity::Note,
                             "looks like a comment, but a line holding \"=\" is a key line here: read as a key no one "
                             "uses, and kept");
         } else if (nearKey != nullptr && caseOnly) {
-            nearlyRight.Add(name, Severity::Warning,
+            nearlyRight.Add(Code::KeyCase, name, Severity::Warning,
                             "spelt otherwise than \"" + grs::WideToUtf8(nearKey) +
                                 "\": this library's reader ignores letter case, but the names in this file are exact");
         } else if (nearKey != nullptr) {
             const CIniFileW::Key* right = section.FindKey(nearKey);
-            nearlyRight.Add(name, right && !right->value.empty() ? Severity::Warning : Severity::Problem,
+            nearlyRight.Add(Code::KeyMisspelt, name,
+                            right && !right->value.empty() ? Severity::Warning : Severity::Problem,
                             "one edit from \"" + grs::WideToUtf8(nearKey) + "\": its value " +
                                 Shown(entry.second.value) + " is not read, the names are exact, misspellings included");
         } else {
             const std::string shown = Shown(entry.second.value);
-            unknownKeys.Add(name, Severity::Note, shown + ": " + unknownKey);
+            unknownKeys.Add(Code::KeyUnknown, name, Severity::Note, shown + ": " + unknownKey);
         }
     }
 }

@@ -34,8 +34,10 @@
 #include <map>
 #include <string>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
+#include "inspect/Codes.h"
 
 namespace inspect {
 
@@ -43,10 +45,16 @@ namespace inspect {
 struct Request {
     std::wstring appData;     // the user's app-data folder
     std::wstring exeDir;      // the client's install folder; empty: from the Run value
-    std::wstring routeCache;  // the cached route record's JSON text; empty: the stand-in's
+    std::wstring routeCache;  // the cached route record's JSON text; empty: not inspected
     std::wstring runKeyRoot;  // read the Run value under HKCU\<this> (empty: HKCU itself)
     std::wstring country = L"CN";
     std::wstring user;  // empty: not given
+    // The client's country sets and package name (its libraries are not
+    // linked): empty when not given, and the region is judged as for a
+    // country in neither set.
+    std::unordered_set<std::wstring> asia;
+    std::unordered_set<std::wstring> europe;
+    std::wstring packageName;
     bool json = false;
     std::wstring repairTo;       // --repair OUT_DIR
     bool repairInPlace = false;  // --repair-in-place
@@ -60,6 +68,7 @@ struct Finding {
     std::string key;  // UTF-8, as are all texts of a finding
     Severity severity = Severity::Ok;
     std::string message;
+    Code code = Code::FindingsCapped;  // what kind of finding: fixes are chosen by it
 };
 
 constexpr char kAreaSetting[] = "Setting.ini";
@@ -83,7 +92,11 @@ struct RunValueSnapshot {
     bool present = false;
     unsigned long type = 0;  // REG_SZ is 1
     std::wstring data;       // up to its first NUL
+    std::string raw;         // the value's bytes as stored
 };
+
+// A fact about the user's machine, for the report: "ANSI code page" -> "1252".
+using EnvironmentFacts = std::vector<std::pair<std::string, std::string>>;
 
 struct Snapshot {
     std::wstring appData;
@@ -91,6 +104,8 @@ struct Snapshot {
     FileSnapshot setting;
     FileSnapshot syncSetting;
     std::vector<std::wstring> appDataNames;  // the folder's entries, for stray files
+    unsigned ansiCodePage = 0;               // the user's ANSI code page
+    bool appDataSpellable = true;            // the path converts to that code page and back unchanged
     std::wstring runKey;                     // where the Run value was looked for
     RunValueSnapshot run;
     std::wstring exeDir;  // empty: unknown
@@ -116,6 +131,10 @@ struct Context {
 std::vector<Finding> InspectSettingIni(const FileSnapshot& file, const std::vector<std::wstring>& siblingNames);
 std::vector<Finding> InspectSyncSettingIni(const FileSnapshot& file, const std::vector<std::wstring>& siblingNames,
                                            const std::wstring& user);
+// The app-data path as the profile functions see it: one the ANSI code page
+// cannot spell, or one too long for them, makes this client write the keys
+// another way.
+std::vector<Finding> InspectProfilePath(const Snapshot& snapshot);
 // `autoStart`: the "IsAutoStartUp" text, null when "Setting.ini" is unreadable.
 std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const std::wstring* autoStart,
                                              const std::wstring& exeDir,
@@ -151,6 +170,7 @@ struct Report {
     Context context;
     std::vector<Finding> findings;
     std::vector<Fix> plan;  // each warning or problem without a fix says why not
+    EnvironmentFacts environment;  // from a bundle: the user's machine as collected
 };
 
 struct RepairResult;
@@ -168,10 +188,24 @@ Context MakeContext(const Request& request);
 // names.
 Report InspectProfile(const Request& request);
 
-// --inspect: prints the report on standard output. 0 once the report is out,
-// whatever it found; 1 when it could not be written. With a repair asked for,
-// the repair is made and the report is that of the repaired profile, headed
-// by the changes; 1 when the repair was refused (the reason on standard error).
+// The program's exit statuses, for scripts: nothing needs action, findings
+// that need action (a warning or a problem), or the check itself could not be
+// made (input missing or unreadable, a bad command line, a refused repair).
+constexpr int kExitClean = 0;
+constexpr int kExitNeedsAction = 1;
+constexpr int kExitCouldNotCheck = 2;
+
+// The exit status a report calls for.
+int ExitStatus(const Report& report);
+
+// Prints the report on standard output and returns its exit status. With a
+// repair asked for, the repair is made and the report is that of the repaired
+// profile, headed by the changes; kExitCouldNotCheck when the repair was
+// refused (the reason on standard error) or the report could not be written.
 int RunInspect(const Request& request);
+
+// Prints `report` (with the repair that preceded it, if any) on standard
+// output; its exit status.
+int PrintReport(const Report& report, bool json, const RepairResult* repair = nullptr);
 
 }  // namespace inspect

@@ -16,10 +16,10 @@ namespace inspect {
 class Findings {
 public:
     explicit Findings(const char* area) : m_area(area) {}
-    void Add(const std::string& key, Severity severity, const std::string& message) {
-        m_findings.push_back(Finding{m_area, key, severity, message});
+    void Add(Code code, const std::string& key, Severity severity, const std::string& message) {
+        m_findings.push_back(Finding{m_area, key, severity, message, code});
     }
-    void Add(const std::wstring& key, Severity severity, const std::string& message);
+    void Add(Code code, const std::wstring& key, Severity severity, const std::string& message);
     std::vector<Finding> Take() { return std::move(m_findings); }
 
 private:
@@ -36,7 +36,8 @@ public:
     ~Capped() {
         if (m_skipped == 0) return;
         try {
-            m_findings.Add(m_key, Severity::Note, m_what + ": " + std::to_string(m_skipped) + " more, not listed");
+            m_findings.Add(Code::FindingsCapped, m_key, Severity::Note,
+                           m_what + ": " + std::to_string(m_skipped) + " more, not listed");
         } catch (...) {
             // Out of memory while closing: the count is lost, the report is not.
         }
@@ -44,9 +45,9 @@ public:
     Capped(const Capped&) = delete;
     Capped& operator=(const Capped&) = delete;
     template <typename Key>
-    void Add(const Key& key, Severity severity, const std::string& message) {
+    void Add(Code code, const Key& key, Severity severity, const std::string& message) {
         if (m_added++ < m_limit) {
-            m_findings.Add(key, severity, message);
+            m_findings.Add(code, key, severity, message);
         } else {
             ++m_skipped;
         }

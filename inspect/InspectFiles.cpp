@@ -12,8 +12,6 @@
 #include "core/IniFile.h"
 #include "core/PathUtil.h"
 #include "core/UniqueResource.h"
-#include "globalrootservice/collaborators/ConfigEntityManager.h"
-#include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "inspect/Inspect.h"
 #include "inspect/InspectDetail.h"
 #include "inspect/Repair.h"
@@ -111,6 +109,7 @@ RunValueSnapshot ReadRunValue(const std::wstring& keyPath) {
         if (status != ERROR_SUCCESS) break;
         run.present = true;
         run.type = type;
+        run.raw.assign(reinterpret_cast<const char*>(data.data()), got);
         if (type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ) {
             const wchar_t* text = reinterpret_cast<const wchar_t*>(data.data());
             const size_t units = got / sizeof(wchar_t);
@@ -121,6 +120,23 @@ RunValueSnapshot ReadRunValue(const std::wstring& keyPath) {
         return run;
     }
     return run;
+}
+
+// Whether the ANSI code page spells `text` exactly: no default character, no
+// best-fit stand-in ("u" for "\u00fc"), the same text back.
+bool SpelledInAnsi(const std::wstring& text) {
+    if (text.empty()) return true;
+    const int units = static_cast<int>(text.size());
+    BOOL lossy = FALSE;
+    const int length =
+        ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), units, nullptr, 0, nullptr, &lossy);
+    if (length <= 0 || lossy) return false;
+    std::string bytes(static_cast<size_t>(length), '\0');
+    ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), units, &bytes[0], length, nullptr, &lossy);
+    const int back = ::MultiByteToWideChar(CP_ACP, 0, bytes.data(), length, nullptr, 0);
+    std::wstring again(static_cast<size_t>(back > 0 ? back : 0), L'\0');
+    if (back > 0) ::MultiByteToWideChar(CP_ACP, 0, bytes.data(), length, &again[0], back);
+    return !lossy && again == text;
 }
 
 bool IsFile(const std::wstring& path) {
@@ -134,6 +150,8 @@ Snapshot TakeSnapshot(const Request& request) {
     Snapshot snapshot;
     snapshot.appData = FullPath(request.appData);
     snapshot.appDataIsFolder = IsFolder(snapshot.appData);
+    snapshot.ansiCodePage = ::GetACP();
+    snapshot.appDataSpellable = SpelledInAnsi(snapshot.appData);
     if (snapshot.appDataIsFolder) {
         snapshot.setting = ReadSnapshotFile(grs::PathJoin(snapshot.appData, grs::settings::kSettingFileName));
         snapshot.syncSetting = ReadSnapshotFile(grs::PathJoin(snapshot.appData, grs::settings::kSyncSettingFileName));
@@ -156,8 +174,7 @@ Snapshot TakeSnapshot(const Request& request) {
     }
     snapshot.exeDirIsFolder = !snapshot.exeDir.empty() && IsFolder(snapshot.exeDir);
     if (snapshot.exeDirIsFolder) {
-        for (grs::ServerRegion region : {grs::ServerRegion::Default, grs::ServerRegion::Asia, grs::ServerRegion::Europe,
-                                         grs::ServerRegion::Russia}) {
+        for (grs::ServerRegion region : grs::kServerRegions) {
             for (bool test : {false, true}) {
                 const std::wstring name = grs::ServerConfigFileName(region, test);
                 snapshot.serverFiles[name] = ReadSnapshotFile(grs::PathJoin(snapshot.exeDir, name));
@@ -165,15 +182,13 @@ Snapshot TakeSnapshot(const Request& request) {
         }
     }
 
+    // The client keeps the route cache in a store of its own: without a file
+    // given there is nothing to read (never a guess at some other file).
     snapshot.routeCacheGiven = !request.routeCache.empty();
-    // The stand-in keeps each kind of configuration content in
-    // "<app-data>\ClientStandIn\content-<kind>.txt".
-    snapshot.routeCachePath =
-        snapshot.routeCacheGiven
-            ? FullPath(request.routeCache)
-            : grs::PathJoin(snapshot.appData,
-                            L"ClientStandIn\\content-" + std::to_wstring(ConfigEntityRouteCache) + L".txt");
-    snapshot.routeCache = ReadSnapshotFile(snapshot.routeCachePath);
+    if (snapshot.routeCacheGiven) {
+        snapshot.routeCachePath = FullPath(request.routeCache);
+        snapshot.routeCache = ReadSnapshotFile(snapshot.routeCachePath);
+    }
     return snapshot;
 }
 
@@ -182,18 +197,15 @@ Context MakeContext(const Request& request) {
     context.country = request.country;
     context.user = request.user;
     context.nowMs = grs::route::NowMilliseconds();
-    if (GlobalParamWrapper* store = GlobalParamWrapper::GetInstance()) {
-        context.asia = store->GetAsiaCountrySet();
-        context.europe = store->GetEuropeCountrySet();
-        context.packageName = store->GetPackageName();
-    }
+    // The country sets and the package name are the client's: the program
+    // links none of the client's libraries, so they come with the request.
+    context.asia = request.asia;
+    context.europe = request.europe;
+    context.packageName = request.packageName;
     context.fileExists = IsFile;
     return context;
 }
 
-namespace {
-
-// "20240501-100000", local time: the backup folder's name.
 std::string BackupStamp() {
     SYSTEMTIME now = {};
     ::GetLocalTime(&now);
@@ -202,8 +214,6 @@ std::string BackupStamp() {
                   now.wMinute, now.wSecond);
     return text;
 }
-
-}  // namespace
 
 Report InspectProfile(const Request& request) {
     Report report;
@@ -214,19 +224,26 @@ Report InspectProfile(const Request& request) {
     return report;
 }
 
+int ExitStatus(const Report& report) {
+    if (!report.snapshot.appDataIsFolder) return kExitCouldNotCheck;
+    for (const Finding& finding : report.findings)
+        if (finding.severity >= Severity::Warning) return kExitNeedsAction;
+    return kExitClean;
+}
+
 int RunInspect(const Request& request) {
     Report report = InspectProfile(request);
     RepairResult repair;
     const bool repairing = request.repairInPlace || !request.repairTo.empty();
     if (repairing) {
         if (!request.repairInPlace && SameIgnoringCase(FullPath(request.repairTo), report.snapshot.appData)) {
-            std::fprintf(stderr, "startup-host: --repair needs a folder other than the profile itself\n");
-            return 1;
+            std::fprintf(stderr, "grs-support: --repair needs a folder other than the profile itself\n");
+            return kExitCouldNotCheck;
         }
         repair = Repair(request, report.snapshot, report.plan, BackupStamp());
         if (repair.refused) {
-            std::fprintf(stderr, "startup-host: repair refused: %s\n", repair.refusal.c_str());
-            return 1;
+            std::fprintf(stderr, "grs-support: repair refused: %s\n", repair.refusal.c_str());
+            return kExitCouldNotCheck;
         }
         // The report is that of the repaired profile.
         Request after = request;
@@ -241,13 +258,16 @@ int RunInspect(const Request& request) {
         if (after.exeDir.empty()) after.exeDir = report.snapshot.exeDir;
         report = InspectProfile(after);
     }
-    const RepairResult* made = repairing ? &repair : nullptr;
-    const std::string text = request.json ? RenderJson(report, made) : RenderText(report, made);
+    return PrintReport(report, request.json, repairing ? &repair : nullptr);
+}
+
+int PrintReport(const Report& report, bool json, const RepairResult* repair) {
+    const std::string text = json ? RenderJson(report, repair) : RenderText(report, repair);
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
-        std::fprintf(stderr, "startup-host: the report could not be written\n");
-        return 1;
+        std::fprintf(stderr, "grs-support: the report could not be written\n");
+        return kExitCouldNotCheck;
     }
-    return 0;
+    return ExitStatus(report);
 }
 
 }  // namespace inspect

@@ -51,8 +51,8 @@ const char* SeverityName(Severity severity) {
     return "problem";
 }
 
-void Findings::Add(const std::wstring& key, Severity severity, const std::string& message) {
-    Add(grs::WideToUtf8(key), severity, message);
+void Findings::Add(Code code, const std::wstring& key, Severity severity, const std::string& message) {
+    Add(code, grs::WideToUtf8(key), severity, message);
 }
 
 std::string Shown(const std::wstring& text) {
@@ -187,12 +187,13 @@ std::vector<Finding> Inspect(const Snapshot& snapshot, const Context& context) {
     };
     if (!snapshot.appDataIsFolder) {
         Findings folder(kAreaSetting);
-        folder.Add("[folder]", Severity::Problem,
+        folder.Add(Code::AppDataMissing, "[folder]", Severity::Problem,
                    "no folder at " + Shown(snapshot.appData) + ": give the user's app-data folder");
         append(folder.Take());
     } else {
         append(InspectSettingIni(snapshot.setting, snapshot.appDataNames));
         append(InspectSyncSettingIni(snapshot.syncSetting, snapshot.appDataNames, context.user));
+        append(InspectProfilePath(snapshot));
     }
     std::wstring autoStart;
     const bool known = ReadAutoStart(snapshot.setting, autoStart);
@@ -209,7 +210,42 @@ struct Tally {
     std::string line;  // counts, then the keys of the problems and of the warnings
 };
 
-Tally Summarise(const std::vector<Finding>& findings) {
+// Findings of one kind in one area, in report order: a run of keys that
+// share a code and a severity reads as one line naming the keys.
+struct Group {
+    const Finding* first = nullptr;
+    std::vector<const Finding*> members;
+};
+
+std::vector<Group> Grouped(const std::vector<Finding>& findings, const std::vector<Fix>& plan, bool problemsOnly) {
+    std::vector<Group> groups;
+    for (const Finding& finding : findings) {
+        if (problemsOnly && finding.severity < Severity::Warning) continue;
+        // A finding with a fix of its own stays on its own line.
+        const bool alone = FixFor(finding, plan) != nullptr;
+        Group* into = nullptr;
+        for (Group& group : groups) {
+            const Finding& head = *group.first;
+            if (!alone && head.area == finding.area && head.code == finding.code && head.severity == finding.severity &&
+                FixFor(head, plan) == nullptr)
+                into = &group;
+        }
+        if (into == nullptr) {
+            groups.push_back(Group{&finding, {}});
+            into = &groups.back();
+        }
+        into->members.push_back(&finding);
+    }
+    return groups;
+}
+
+std::string GroupKeys(const Group& group) {
+    std::vector<std::wstring> keys;
+    for (const Finding* member : group.members) keys.push_back(grs::Utf8ToWide(member->key));
+    return NameList(keys);
+}
+
+Tally Summarise(const std::vector<Finding>& findings, const std::vector<Fix>& plan) {
     Tally tally;
     for (const Finding& finding : findings) ++tally.counts[static_cast<int>(finding.severity)];
     const size_t problems = tally.counts[static_cast<int>(Severity::Problem)];
@@ -217,9 +253,10 @@ Tally Summarise(const std::vector<Finding>& findings) {
     tally.line = Counted(problems, "problem", "problems") + ", " + Counted(warnings, "warning", "warnings");
     std::string keys;
     for (Severity severity : {Severity::Problem, Severity::Warning}) {
-        for (const Finding& finding : findings) {
-            if (finding.severity != severity) continue;
-            keys += (keys.empty() ? ": " : "; ") + finding.area + " " + finding.key;
+        for (const Group& group : Grouped(findings, plan, true)) {
+            if (group.first->severity != severity) continue;
+            keys += (keys.empty() ? ": " : "; ") + group.first->area + " " + Describe(group.first->code).id + " (" +
+                    GroupKeys(group) + ")";
         }
     }
     tally.line += keys.empty() ? ": nothing wrong found" : keys;
@@ -259,9 +296,16 @@ std::string RenderJson(const Report& report, const RepairResult* repair) {
     inspected["country"] = grs::WideToUtf8(report.context.country);
     inspected["user"] = grs::WideToUtf8(report.context.user);
     inspected["at"] = FormatUtc(report.context.nowMs);
+    if (!report.environment.empty()) {
+        Json::Value& environment = root["environment"] = Json::Value(Json::objectValue);
+        for (const auto& fact : report.environment) environment[fact.first] = fact.second;
+    }
     Json::Value& findings = root["findings"] = Json::Value(Json::arrayValue);
     for (const Finding& finding : report.findings) {
         Json::Value item(Json::objectValue);
+        const CodeInfo& info = Describe(finding.code);
+        item["code"] = info.id;
+        item["rule"] = info.rule;
         item["area"] = finding.area;
         item["key"] = finding.key;
         item["severity"] = SeverityName(finding.severity);
@@ -274,7 +318,7 @@ std::string RenderJson(const Report& report, const RepairResult* repair) {
         }
         findings.append(item);
     }
-    const Tally tally = Summarise(report.findings);
+    const Tally tally = Summarise(report.findings, report.plan);
     Json::Value& summary = root["summary"];
     summary["problems"] = static_cast<Json::UInt64>(tally.counts[static_cast<int>(Severity::Problem)]);
     summary["warnings"] = static_cast<Json::UInt64>(tally.counts[static_cast<int>(Severity::Warning)]);
@@ -325,35 +369,43 @@ std::string RenderText(const Report& report, const RepairResult* repair) {
             ", user " + shownOrNone(report.context.user) + "\n";
     text += "  route cache " + shownOrNone(report.snapshot.routeCachePath) + "\n";
     text += "  Run value under HKEY_CURRENT_USER\\" + grs::WideToUtf8(report.snapshot.runKey) + "\n";
+    if (!report.environment.empty()) {
+        text += "\nEnvironment (as collected on the user's machine)\n";
+        for (const auto& fact : report.environment) text += "  " + fact.first + ": " + fact.second + "\n";
+    }
     std::string area;
-    for (const Finding& finding : report.findings) {
+    for (const Group& group : Grouped(report.findings, report.plan, false)) {
+        const Finding& finding = *group.first;
         if (finding.area != area) {
             area = finding.area;
             text += "\n" + area + "\n";
         }
-        char head[64];
-        std::snprintf(head, sizeof head, "  %-8s ", SeverityName(finding.severity));
-        std::string key = finding.key;
+        const CodeInfo& info = Describe(finding.code);
+        char head[96];
+        std::snprintf(head, sizeof head, "  %-8s %-22s ", SeverityName(finding.severity), info.id);
+        const bool one = group.members.size() == 1;
+        std::string key = one ? finding.key : GroupKeys(group);
         if (key.size() < 26) key.resize(26, ' ');
-        text += head + key + " " + finding.message + "\n";
+        text += head + key + " " + (one ? finding.message : std::string(info.title)) + "\n";
         if (const Fix* fix = FixFor(finding, report.plan)) {
-            text += std::string(37, ' ') + "fix: " + FixText(*fix) + "\n";
+            text += std::string(34, ' ') + "fix: " + FixText(*fix) + "\n";
         } else {
             const std::string why = NoFixReason(finding, report.plan);
-            if (!why.empty()) text += std::string(37, ' ') + "no fix: " + why + "\n";
+            if (!why.empty()) text += std::string(34, ' ') + "no fix: " + why + "\n";
         }
     }
-    const Tally tally = Summarise(report.findings);
+    const Tally tally = Summarise(report.findings, report.plan);
     text += "\nSummary: " + Counted(tally.counts[static_cast<int>(Severity::Problem)], "problem", "problems") + ", " +
             Counted(tally.counts[static_cast<int>(Severity::Warning)], "warning", "warnings") + " (" +
             Counted(tally.counts[static_cast<int>(Severity::Note)], "note", "notes") + ", " +
             std::to_string(tally.counts[static_cast<int>(Severity::Ok)]) + " ok)\n";
+    // One line per kind: the details are above.
     for (Severity severity : {Severity::Problem, Severity::Warning}) {
-        for (const Finding& finding : report.findings) {
-            if (finding.severity != severity) continue;
+        for (const Group& group : Grouped(report.findings, report.plan, true)) {
+            if (group.first->severity != severity) continue;
             char head[64];
-            std::snprintf(head, sizeof head, "  %-8s ", SeverityName(finding.severity));
-            text += head + finding.area + " " + finding.key + ": " + finding.message + "\n";
+            std::snprintf(head, sizeof head, "  %-8s ", SeverityName(severity));
+            text += head + group.first->area + " " + Describe(group.first->code).id + ": " + GroupKeys(group) + "\n";
         }
     }
     return text;

@@ -69,26 +69,28 @@ void CheckFreshness(const st_ZRVInfo& record, const Context& context, Findings& 
     const std::string country = Shown(context.country);
     switch (freshness) {
         case CacheFreshness::Fresh:
-            findings.Add("[freshness]", Severity::Ok,
+            findings.Add(Code::RouteFresh, "[freshness]", Severity::Ok,
                          until + " for country " + country + ": the next start uses it without asking");
             return;
         case CacheFreshness::Expired:
-            findings.Add("[freshness]", Severity::Note,
+            findings.Add(Code::RouteFresh, "[freshness]", Severity::Note,
                          until +
                              ": the next start asks the routing servers, and falls back on it only when none "
                              "answers");
             return;
         case CacheFreshness::OtherCountry:
-            findings.Add("[freshness]", Severity::Warning,
+            findings.Add(Code::RouteOtherCountry, "[freshness]", Severity::Warning,
                          "recorded for " + Shown(record.countryCode) + ", the user is in " + country + " (" + until +
                              "): never used for this user, not even when no routing server answers");
             return;
         case CacheFreshness::MissingTime:
-            findings.Add("[freshness]", Severity::Warning,
+            findings.Add(Code::RouteNeverFresh, "[freshness]", Severity::Warning,
                          "no time or no period recorded: always stale, used only when no routing server answers");
             return;
         case CacheFreshness::TimeTooLongOrNoCountry:
-            findings.Add("[freshness]", Severity::Warning, "a time of more than 15 digits or no country: never fresh");
+            findings.Add(Code::RouteNeverFresh, "[freshness]", Severity::Warning,
+                         "a time of more than " + std::to_string(grs::route::kMaxRouteTimeDigits) +
+                             " digits or no country: never fresh");
             return;
     }
 }
@@ -96,8 +98,11 @@ void CheckFreshness(const st_ZRVInfo& record, const Context& context, Findings& 
 // Which parameter-store keys the record would set, as ZRVInfoInitialise
 // applies it.
 void CheckApplication(const st_ZRVInfo& record, const Context& context, Findings& findings) {
-    if (record.services.find(context.packageName) == record.services.end()) {
-        findings.Add("[parameter store]", Severity::Note,
+    if (context.packageName.empty()) {
+        findings.Add(Code::RoutePackageNotGiven, "[parameter store]", Severity::Note,
+                     "the client's package name was not given (--package): no group is preferred");
+    } else if (record.services.find(context.packageName) == record.services.end()) {
+        findings.Add(Code::RouteApplication, "[parameter store]", Severity::Note,
                      "no group named " + Shown(context.packageName) +
                          ": for a key several groups carry, the group first in name order wins");
     }
@@ -117,17 +122,18 @@ void CheckApplication(const st_ZRVInfo& record, const Context& context, Findings
     std::vector<std::wstring> absent;
     for (const std::wstring& key : grs::route::RouteSetterKeys())
         if (table.find(key) == table.end()) absent.push_back(key);
-    findings.Add("[parameter store]", set.empty() ? Severity::Warning : Severity::Ok,
+    findings.Add(Code::RouteApplication, "[parameter store]", set.empty() ? Severity::Warning : Severity::Ok,
                  set.empty() ? std::string("sets no address")
                              : "sets " + Counted(set.size(), "key", "keys") + ": " + NameList(set));
     if (!emptyAddress.empty())
-        findings.Add("[parameter store]", Severity::Note,
+        findings.Add(Code::RouteApplication, "[parameter store]", Severity::Note,
                      "empty addresses, skipped (the server address file's stay): " + NameList(emptyAddress));
     if (!absent.empty())
-        findings.Add("[parameter store]", Severity::Note,
+        findings.Add(Code::RouteApplication, "[parameter store]", Severity::Note,
                      "not in the record (the server address file's addresses stay): " + NameList(absent));
     if (!ignored.empty())
-        findings.Add("[parameter store]", Severity::Note, "keys no setter takes (ignored): " + NameList(ignored));
+        findings.Add(Code::RouteApplication, "[parameter store]", Severity::Note,
+                     "keys no setter takes (ignored): " + NameList(ignored));
 }
 
 }  // namespace
@@ -137,17 +143,17 @@ std::vector<Finding> InspectRouteCache(const Snapshot& snapshot, const Context& 
     const FileSnapshot& file = snapshot.routeCache;
     if (!file.exists) {
         if (snapshot.routeCacheGiven) {
-            findings.Add("[file]", Severity::Warning, "not found at " + Shown(snapshot.routeCachePath));
+            findings.Add(Code::RouteCacheMissing, "[file]", Severity::Warning,
+                         "not found at " + Shown(snapshot.routeCachePath));
         } else {
-            findings.Add("[file]", Severity::Note,
-                         "none at " + Shown(snapshot.routeCachePath) +
-                             ": give --route-cache FILE with the client's cached record; without a cache the next "
-                             "start asks the routing servers");
+            findings.Add(Code::RouteCacheNotGiven, "[file]", Severity::Note,
+                         "not given: give --route-cache FILE with the client's cached record; without a cache the "
+                         "next start asks the routing servers");
         }
         return findings.Take();
     }
     if (file.isFolder || file.tooLarge || !file.readable) {
-        findings.Add("[file]", Severity::Warning,
+        findings.Add(Code::RouteCacheUnreadable, "[file]", Severity::Warning,
                      file.isFolder   ? "a folder, not a file"
                      : file.tooLarge ? "too large to be a route record"
                                      : "found but not readable");
@@ -155,64 +161,65 @@ std::vector<Finding> InspectRouteCache(const Snapshot& snapshot, const Context& 
     }
     const std::string text = RecordText(file.bytes);
     if (text.empty()) {
-        findings.Add("[file]", Severity::Note, "empty: no cached route, the next start asks the routing servers");
+        findings.Add(Code::RouteCacheEmpty, "[file]", Severity::Note,
+                     "empty: no cached route, the next start asks the routing servers");
         return findings.Take();
     }
     // The reader recurses per level: hostile nesting is refused before it.
     if (grs::route::JsonNestsDeeperThan(text, grs::route::kMaxJsonNesting)) {
-        findings.Add("[file]", Severity::Warning,
+        findings.Add(Code::RouteCacheUnreadable, "[file]", Severity::Warning,
                      "nested deeper than any route record: read as a failed answer, never applied");
         return findings.Take();
     }
     const std::string jsonError = JsonError(text);
     if (!jsonError.empty()) {
-        findings.Add("[file]", Severity::Warning,
+        findings.Add(Code::RouteCacheUnreadable, "[file]", Severity::Warning,
                      Shown(jsonError) + ": read as a record without services, which is never applied");
         return findings.Take();
     }
-    findings.Add("[file]", Severity::Ok, std::to_string(file.size) + " bytes of JSON");
+    findings.Add(Code::RouteCacheJson, "[file]", Severity::Ok, std::to_string(file.size) + " bytes of JSON");
 
     std::unique_ptr<st_ZRVInfo> owned;
     st_ZRVInfo* record = nullptr;
     const bool whole = grs::route::ReadRouteRecord(record, text);
     owned.reset(record);
     if (!whole || record == nullptr) {
-        findings.Add("[file]", Severity::Warning,
+        findings.Add(Code::RouteCacheUnreadable, "[file]", Severity::Warning,
                      "not a route record (a time too long for its field, members of the wrong type, or nested too "
                      "deep): read as a failed answer, never applied");
         return findings.Take();
     }
 
     findings.Add(
-        "countryCode", record->countryCode.empty() ? Severity::Warning : Severity::Ok,
+        Code::RouteCountry, "countryCode", record->countryCode.empty() ? Severity::Warning : Severity::Ok,
         record->countryCode.empty() ? std::string("empty: matches no user's country") : Shown(record->countryCode));
     const std::string time = grs::WideToUtf8(grs::FieldText(record->currentTime));
     const std::string period = grs::WideToUtf8(grs::FieldText(record->effectivePeriod));
     if (time.empty()) {
-        findings.Add("currentTime", Severity::Warning, "empty: the record is always stale");
+        findings.Add(Code::RouteTime, "currentTime", Severity::Warning, "empty: the record is always stale");
     } else {
-        findings.Add("currentTime", Severity::Ok,
+        findings.Add(Code::RouteTime, "currentTime", Severity::Ok,
                      Shown(time) + ": obtained at " + FormatUtc(grs::LeadingInteger(time)));
     }
     if (period.empty()) {
-        findings.Add("effectivePeriod", Severity::Warning,
+        findings.Add(Code::RoutePeriod, "effectivePeriod", Severity::Warning,
                      "empty (the routing server sent no Cache-Control max-age): the record is always stale");
     } else {
         const long long seconds = grs::LeadingInteger(period);
-        findings.Add("effectivePeriod", Severity::Ok,
+        findings.Add(Code::RoutePeriod, "effectivePeriod", Severity::Ok,
                      Shown(period) + ": valid for " + Duration(seconds) + ", until " +
                          FormatUtc(grs::route::RouteCacheExpiryMs(time, period)));
     }
     CheckFreshness(*record, context, findings);
     if (record->isSuccess == 1) {
-        findings.Add("isSuccess", Severity::Ok, "1: a successful answer");
+        findings.Add(Code::RouteSuccess, "isSuccess", Severity::Ok, "1: a successful answer");
     } else {
-        findings.Add("isSuccess", Severity::Warning,
+        findings.Add(Code::RouteSuccess, "isSuccess", Severity::Warning,
                      std::to_string(record->isSuccess) +
                          ": a failed answer, never applied (cached all the same, it replaced the last good one)");
     }
     if (record->services.empty()) {
-        findings.Add("services", Severity::Warning, "no groups: never applied");
+        findings.Add(Code::RouteServices, "services", Severity::Warning, "no groups: never applied");
         return findings.Take();
     }
     std::string groups;
@@ -225,7 +232,8 @@ std::vector<Finding> InspectRouteCache(const Snapshot& snapshot, const Context& 
         groups += (groups.empty() ? "" : ", ") + Shown(group.first) + " (" +
                   Counted(group.second.size(), "address", "addresses") + ")";
     }
-    findings.Add("services", Severity::Ok, Counted(record->services.size(), "group", "groups") + ": " + groups);
+    findings.Add(Code::RouteServices, "services", Severity::Ok,
+                 Counted(record->services.size(), "group", "groups") + ": " + groups);
     CheckApplication(*record, context, findings);
     return findings.Take();
 }

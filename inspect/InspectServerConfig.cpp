@@ -10,12 +10,6 @@ namespace inspect {
 
 namespace {
 
-// ServerConfigHelper reads the file whole into a buffer of this size.
-constexpr unsigned long long kServerFileMaxBytes = 1048576;
-
-const grs::ServerRegion kRegions[] = {grs::ServerRegion::Default, grs::ServerRegion::Asia, grs::ServerRegion::Europe,
-                                      grs::ServerRegion::Russia};
-
 // One file. The test variant matters only to test builds, so what is wrong
 // with it counts one step milder.
 void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const std::string& member, bool testVariant,
@@ -25,49 +19,54 @@ void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const s
     };
     if (!file.exists) {
         if (testVariant) {
-            findings.Add(name, Severity::Note, "absent: test builds of the client would find no server addresses");
+            findings.Add(Code::ServerFileMissing, name, Severity::Note,
+                         "absent: test builds of the client would find no server addresses");
         } else {
-            findings.Add(name, Severity::Problem,
+            findings.Add(Code::ServerFileMissing, name, Severity::Problem,
                          "missing: the client starts without local addresses, routing servers included, so only a "
                          "fresh route cache can serve it");
         }
         return;
     }
     if (file.isFolder) {
-        findings.Add(name, severe(Severity::Problem), "a folder, not a file: nothing is loaded");
+        findings.Add(Code::ServerFileUnusable, name, severe(Severity::Problem),
+                     "a folder, not a file: nothing is loaded");
         return;
     }
-    if (file.tooLarge || file.size > kServerFileMaxBytes) {
-        findings.Add(name, severe(Severity::Problem),
-                     std::to_string(file.size) + " bytes: over 1 MiB, which the library refuses to read");
+    if (file.tooLarge || file.size > grs::kServerConfigMaxBytes) {
+        findings.Add(Code::ServerFileUnusable, name, severe(Severity::Problem),
+                     std::to_string(file.size) + " bytes: over " + std::to_string(grs::kServerConfigMaxBytes) +
+                         ", which the library refuses to read");
         return;
     }
     if (!file.readable) {
-        findings.Add(name, severe(Severity::Warning), "found but not readable (locked by another program?)");
+        findings.Add(Code::ServerFileUnusable, name, severe(Severity::Warning),
+                     "found but not readable (locked by another program?)");
         return;
     }
     if (file.bytes.empty()) {
-        findings.Add(name, severe(Severity::Problem), "empty: nothing is loaded");
+        findings.Add(Code::ServerFileUnusable, name, severe(Severity::Problem), "empty: nothing is loaded");
         return;
     }
     const grs::RegionScan scan = grs::ScanRegion(file.bytes, member);
     if (scan.syntaxError) {
         const grs::ParseErrorPlace place = grs::DescribeParseError(file.bytes, scan.errorOffset, scan.errorCode);
-        findings.Add(name, severe(Severity::Problem),
+        findings.Add(Code::ServerFileNotJson, name, severe(Severity::Problem),
                      "not JSON at byte " + std::to_string(scan.errorOffset) + " (line " + std::to_string(place.line) +
                          ", column " + std::to_string(place.column) + "): " + place.message + " Nothing is loaded.");
         return;
     }
     if (!scan.found) {
-        findings.Add(name, severe(Severity::Problem), "no \"" + member + "\" object: nothing is loaded");
+        findings.Add(Code::ServerRegionMissing, name, severe(Severity::Problem),
+                     "no \"" + member + "\" object: nothing is loaded");
         return;
     }
     if (scan.nonStringValue) {
-        findings.Add(name, severe(Severity::Problem),
+        findings.Add(Code::ServerRegionNotString, name, severe(Severity::Problem),
                      "\"" + member + "\" holds a value that is not a string: the library refuses the whole region");
         return;
     }
-    findings.Add(name, Severity::Ok,
+    findings.Add(Code::ServerFileLoaded, name, Severity::Ok,
                  std::to_string(file.size) + " bytes; region \"" + member + "\" holds " +
                      Counted(scan.servers.size(), "key", "keys"));
 
@@ -88,13 +87,13 @@ void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const s
         return std::find(keys.begin(), keys.end(), L"zrv") != keys.end() ? Severity::Problem : Severity::Warning;
     };
     if (!lacking.empty()) {
-        findings.Add(name, severe(withPrimary(lacking)),
+        findings.Add(Code::ServiceKeysLacking, name, severe(withPrimary(lacking)),
                      "region \"" + member + "\" lacks " + std::to_string(lacking.size()) + " of the " +
                          std::to_string(known.size()) +
                          " service keys, stored as empty addresses: " + NameList(lacking));
     }
     if (!empty.empty()) {
-        findings.Add(name, severe(withPrimary(empty)),
+        findings.Add(Code::ServiceKeysEmpty, name, severe(withPrimary(empty)),
                      "region \"" + member + "\" holds empty addresses for " + NameList(empty));
     }
     std::vector<std::wstring> unknown;
@@ -102,7 +101,7 @@ void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const s
         bool caseOnly = false;
         const wchar_t* nearKey = NearMiss(server.first, known, caseOnly);
         if (nearKey != nullptr) {
-            findings.Add(name, severe(Severity::Warning),
+            findings.Add(Code::ServiceKeyMisspelt, name, severe(Severity::Warning),
                          "key " + Shown(server.first) + " is " + (caseOnly ? "spelt otherwise than" : "one edit from") +
                              " \"" + grs::WideToUtf8(nearKey) + "\": not read, the service keys are exact");
             continue;
@@ -112,7 +111,8 @@ void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const s
         if (!isKnown) unknown.push_back(server.first);
     }
     if (!unknown.empty()) {
-        findings.Add(name, Severity::Note, "keys that are not service keys (not read): " + NameList(unknown));
+        findings.Add(Code::ServiceKeysUnknown, name, Severity::Note,
+                     "keys that are not service keys (not read): " + NameList(unknown));
     }
 }
 
@@ -121,25 +121,26 @@ void CheckServerFile(const std::wstring& name, const FileSnapshot& file, const s
 std::vector<Finding> InspectServerConfig(const Snapshot& snapshot, const Context& context) {
     Findings findings(kAreaServerConfig);
     if (snapshot.exeDir.empty()) {
-        findings.Add("[exe dir]", Severity::Note, "not inspected: give --exe-dir, the folder of the client executable");
+        findings.Add(Code::ExeDirNotGiven, "[exe dir]", Severity::Note,
+                     "not inspected: give --exe-dir, the folder of the client executable");
         return findings.Take();
     }
     if (!snapshot.exeDirIsFolder) {
-        findings.Add("[exe dir]", snapshot.exeDirGiven ? Severity::Problem : Severity::Warning,
+        findings.Add(Code::ExeDirMissing, "[exe dir]", snapshot.exeDirGiven ? Severity::Problem : Severity::Warning,
                      "no folder at " + Shown(snapshot.exeDir));
         return findings.Take();
     }
     const std::string from =
         snapshot.exeDirGiven ? std::string() : " (the folder of the executable the Run value names)";
     std::vector<std::wstring> present;
-    for (grs::ServerRegion region : kRegions) {
+    for (grs::ServerRegion region : grs::kServerRegions) {
         for (bool test : {false, true}) {
             const std::wstring name = grs::ServerConfigFileName(region, test);
             const auto file = snapshot.serverFiles.find(name);
             if (file != snapshot.serverFiles.end() && file->second.exists) present.push_back(name);
         }
     }
-    findings.Add("[files]", present.empty() ? Severity::Note : Severity::Ok,
+    findings.Add(Code::ServerFiles, "[files]", present.empty() ? Severity::Note : Severity::Ok,
                  (present.empty() ? std::string("none of the eight server address files") : NameList(present)) +
                      " in " + Shown(snapshot.exeDir) + from);
 
@@ -148,12 +149,17 @@ std::vector<Finding> InspectServerConfig(const Snapshot& snapshot, const Context
     const std::wstring normal = grs::ServerConfigFileName(region, /*isTest=*/false);
     const std::wstring test = grs::ServerConfigFileName(region, /*isTest=*/true);
     if (context.country.find_first_of(L"abcdefghijklmnopqrstuvwxyz") != std::wstring::npos) {
-        findings.Add("[region]", Severity::Note,
+        findings.Add(Code::RegionCountryCase, "[region]", Severity::Note,
                      "country " + Shown(context.country) +
                          " holds lower-case letters: country codes are compared exactly, so it matches no set "
                          "written in capitals");
     }
-    findings.Add("[region]", Severity::Ok,
+    if (context.asia.empty() && context.europe.empty()) {
+        findings.Add(Code::RegionSetsNotGiven, "[region]", Severity::Note,
+                     "the client's country sets were not given (--asia, --europe): judged as for a country in "
+                     "neither set");
+    }
+    findings.Add(Code::Region, "[region]", Severity::Ok,
                  "country " + Shown(context.country) + " uses region \"" + member + "\": " + Shown(normal) +
                      ", in test builds " + Shown(test));
     for (bool testVariant : {false, true}) {

@@ -7,6 +7,7 @@
 
 #include "core/HashUtil.h"
 #include "core/IniFile.h"
+#include "core/PathUtil.h"
 #include "core/TextUtil.h"
 #include "inspect/IniDiagnosis.h"
 #include "inspect/InspectDetail.h"
@@ -185,12 +186,19 @@ Verdict AbsentVerdict(const SettingKey& key, bool missing, const Facts& facts) {
     return Say(Severity::Ok, "");
 }
 
+// The length of the library's hash of a user id, in hexadecimal digits.
+size_t UserHashDigits() {
+    static const size_t digits = grs::UserIdHash(L"").size();
+    return digits;
+}
+
 // "CatchFolder": the user's cache folder, a backslash and the SHA-256 of the
 // user's id in lower-case hexadecimal.
 std::wstring CacheRootDigest(const std::wstring& root) {
     const size_t slash = root.rfind(L'\\');
     const std::wstring tail = slash == std::wstring::npos ? root : root.substr(slash + 1);
-    if (tail.size() != 64 || tail.find_first_not_of(L"0123456789abcdef") != std::wstring::npos) return std::wstring();
+    if (tail.size() != UserHashDigits() || tail.find_first_not_of(L"0123456789abcdef") != std::wstring::npos)
+        return std::wstring();
     return tail;
 }
 
@@ -205,8 +213,9 @@ Verdict ThumbnailVerdict(const std::wstring& value, const wchar_t* leaf, const F
 Verdict CacheFolderVerdict(const std::wstring& value, const Facts& facts) {
     const std::wstring digest = CacheRootDigest(value);
     if (digest.empty())
-        return Say(Severity::Warning, "does not end in the 64-digit hash of a user id, as every start writes it");
-    if (value.size() == 65)
+        return Say(Severity::Warning, "does not end in the " + std::to_string(UserHashDigits()) +
+                                          "-digit hash of a user id, as every start writes it");
+    if (value.size() == UserHashDigits() + 1)
         return Say(Severity::Warning,
                    "only the user hash: written before sign-in, while the user's cache "
                    "folder was unknown; the next signed-in start rewrites it");
@@ -235,9 +244,10 @@ Verdict ValueVerdict(const SettingKey& key, const std::wstring& value, const Fac
     switch (key.reading) {
         case Reading::RecordText:
             if (value.size() <= readings::kRecordFieldChars) return Say(Severity::Ok, "");
-            return Say(Severity::Problem, std::to_string(value.size()) +
-                                              " characters, more than the 255 its field holds: reading the settings "
-                                              "stops here, so nothing after it is read and the file is not saved");
+            return Say(Severity::Problem, std::to_string(value.size()) + " characters, more than the " +
+                                              std::to_string(readings::kRecordFieldChars) +
+                                              " its field holds: reading the settings stops here, so nothing after "
+                                              "it is read and the file is not saved");
         case Reading::ClientPlatform:
             if (value == key.literal) return Say(Severity::Ok, "");
             return Say(Severity::Note,
@@ -271,6 +281,27 @@ Verdict ValueVerdict(const SettingKey& key, const std::wstring& value, const Fac
     return verdict;
 }
 
+// The kind of a key's finding, by the key's rule.
+Code KeyCode(const SettingKey& key, const CIniFileW::Key* entry) {
+    if (entry == nullptr) return Code::KeyMissing;
+    if (entry->value.empty()) return Code::KeyEmpty;
+    switch (key.source) {
+        case Source::MacAddress:
+            return Code::DeviceId;
+        case Source::ThumbnailFolder:
+        case Source::LcdThumbnailFolder:
+            return Code::ThumbnailFolder;
+        case Source::CacheFolder:
+            return Code::CacheFolder;
+        default:
+            break;
+    }
+    if (key.reading == Reading::RecordText && entry->value.size() > readings::kRecordFieldChars)
+        return Code::ValueTooLong;
+    if (WordsOf(key.reading) != nullptr && readings::ReadsOn(key.reading, entry->value)) return Code::FlagReading;
+    return Code::KeyValue;
+}
+
 struct IniFileRules {
     const char* area;
     const wchar_t* fileName;
@@ -282,24 +313,24 @@ struct IniFileRules {
 
 void CheckIni(const IniFileRules& fileRules, const FileSnapshot& file, const std::wstring& user, Findings& findings) {
     if (!file.exists) {
-        findings.Add("[file]", Severity::Note, fileRules.whenMissing);
+        findings.Add(Code::FileMissing, "[file]", Severity::Note, fileRules.whenMissing);
         return;
     }
     if (file.isFolder) {
-        findings.Add("[file]", Severity::Problem,
+        findings.Add(Code::FileIsFolder, "[file]", Severity::Problem,
                      "a folder of that name: the library can neither read nor write the file, so every setting in it "
                      "is lost at each start");
         return;
     }
     if (file.tooLarge || file.size > grs::kIniMaxFileBytes) {
-        findings.Add("[file]", Severity::Problem,
-                     std::to_string(file.size) +
-                         " bytes: over 64 MiB, which the library does not read; the next save replaces it with "
-                         "defaults");
+        findings.Add(Code::FileTooLarge, "[file]", Severity::Problem,
+                     std::to_string(file.size) + " bytes: over " + std::to_string(grs::kIniMaxFileBytes) +
+                         ", which the library does not read; the next save replaces it with defaults");
         return;
     }
     if (!file.readable) {
-        findings.Add("[file]", Severity::Warning, "found but not readable (locked by another program?)");
+        findings.Add(Code::FileUnreadable, "[file]", Severity::Warning,
+                     "found but not readable (locked by another program?)");
         return;
     }
     CheckFileFacts(file, findings);
@@ -315,7 +346,7 @@ void CheckIni(const IniFileRules& fileRules, const FileSnapshot& file, const std
     CIniFileW::Section* section = document.FindSection(fileRules.section);
     if (section == nullptr) {
         const std::string header = "[" + grs::WideToUtf8(fileRules.section) + "]";
-        findings.Add(header, Severity::Problem,
+        findings.Add(Code::SectionMissing, header, Severity::Problem,
                      "no " + header + " section: every setting reads as empty (the next start adds it, with defaults)");
         return;
     }
@@ -334,7 +365,7 @@ void CheckIni(const IniFileRules& fileRules, const FileSnapshot& file, const std
             verdict.message =
                 verdict.message.empty() ? Shown(entry->value) : Shown(entry->value) + ": " + verdict.message;
         }
-        findings.Add(key.name, verdict.severity, verdict.message);
+        findings.Add(KeyCode(key, entry), key.name, verdict.severity, verdict.message);
     }
     CheckUnknownKeys(*section, known, fileRules.unknownKey, findings);
 }
@@ -368,6 +399,28 @@ std::vector<Finding> InspectSyncSettingIni(const FileSnapshot& file, const std::
                        "not found: every start writes it, the sync component reads it",
                        "not a key this library writes (kept as it is)"};
     return InspectIni(fileRules, file, siblingNames, user);
+}
+
+std::vector<Finding> InspectProfilePath(const Snapshot& snapshot) {
+    Findings findings(kAreaSyncSetting);
+    std::vector<std::wstring> narrow;
+    for (const SettingKey& key : readings::SyncSettingKeys())
+        if (readings::WrittenAsUtf8(key.source)) narrow.push_back(key.name);
+    const std::wstring file = grs::PathJoin(snapshot.appData, readings::kSyncSettingFileName);
+    if (file.size() >= MAX_PATH) {
+        findings.Add(Code::ProfilePathLong, "[folder]", Severity::Note,
+                     "the settings file's path is " + std::to_string(file.size()) + " characters, " +
+                         std::to_string(MAX_PATH) +
+                         " or more, where the profile functions stop: this client writes every key of the file "
+                         "through its own document instead, and logs at severity 5 what the long-name query of "
+                         "the user-property steps cannot do");
+    } else if (!snapshot.appDataSpellable) {
+        findings.Add(Code::ProfilePathNotAnsi, "[folder]", Severity::Note,
+                     "the path cannot be spelt in the ANSI code page " + std::to_string(snapshot.ansiCodePage) +
+                         ", which the narrow keys (" + NameList(narrow) +
+                         ") go through: this client writes them through its own document instead");
+    }
+    return findings.Take();
 }
 
 }  // namespace inspect

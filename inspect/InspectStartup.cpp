@@ -83,39 +83,43 @@ std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const 
 
     if (!run.present) {
         if (autoStart == nullptr) {
-            findings.Add(valueName, Severity::Note, "not registered");
+            findings.Add(Code::RunNotRegistered, valueName, Severity::Note, "not registered");
         } else if (choice == readings::AutoStartCase::On) {
-            findings.Add(valueName, Severity::Note, "not registered: the next start registers it (" + setting + ")");
+            findings.Add(Code::RunNotRegistered, valueName, Severity::Note,
+                         "not registered: the next start registers it (" + setting + ")");
         } else if (choice == readings::AutoStartCase::Empty) {
-            findings.Add(valueName, Severity::Note,
+            findings.Add(Code::RunNotRegistered, valueName, Severity::Note,
                          "not registered: the next start records \"IsAutoStartUp=0\" (" + setting + ")");
         } else {
-            findings.Add(valueName, Severity::Ok, "not registered, as the settings say (" + setting + ")");
+            findings.Add(Code::RunNotRegistered, valueName, Severity::Ok,
+                         "not registered, as the settings say (" + setting + ")");
         }
         return findings.Take();
     }
 
     const bool isString = run.type == REG_SZ;
     const bool readsRegistered = isString && run.data.size() <= readings::kRunValueReadableChars;
-    findings.Add(valueName, Severity::Ok,
+    findings.Add(Code::RunValue, valueName, Severity::Ok,
                  Shown(run.data) + " (" + TypeName(run.type) + ", " + std::to_string(run.data.size()) + " characters)");
 
     // How the library reads it, and what the next start then does.
     if (!readsRegistered) {
         const std::string why =
             !isString ? std::string("of ") + TypeName(run.type) + ", which the library does not read as a string"
-                      : std::to_string(run.data.size()) + " characters: 130 or more do not fit the library's read";
+                      : std::to_string(run.data.size()) +
+                            " characters: " + std::to_string(readings::kRunValueReadableChars + 1) +
+                            " or more do not fit the library's read";
         if (choice == readings::AutoStartCase::On) {
-            findings.Add(valueName, Severity::Warning,
+            findings.Add(Code::RunNotReadable, valueName, Severity::Warning,
                          why + ", so it reads as not registered; the next start writes it again (" + setting + ")");
         } else if (choice == readings::AutoStartCase::Empty) {
-            findings.Add(valueName, Severity::Problem,
+            findings.Add(Code::RunNotReadable, valueName, Severity::Problem,
                          why +
                              ", so it reads as not registered: the next start records \"IsAutoStartUp=0\" while "
                              "Windows keeps starting the client (" +
                              setting + ")");
         } else {
-            findings.Add(valueName, Severity::Problem,
+            findings.Add(Code::RunNotReadable, valueName, Severity::Problem,
                          why +
                              ", so it reads as not registered: the next start does not remove it, and Windows "
                              "keeps starting the client although the user turned that off (" +
@@ -124,12 +128,12 @@ std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const 
     } else if (autoStart != nullptr) {
         const std::string autoStartKey = grs::WideToUtf8(readings::Name(readings::Key::IsAutoStartUp));
         if (choice == readings::AutoStartCase::On) {
-            findings.Add(autoStartKey, Severity::Ok, "registered, as the settings say (" + setting + ")");
+            findings.Add(Code::RunSetting, autoStartKey, Severity::Ok, "registered, as the settings say (" + setting + ")");
         } else if (choice == readings::AutoStartCase::Empty) {
-            findings.Add(autoStartKey, Severity::Note,
+            findings.Add(Code::RunSetting, autoStartKey, Severity::Note,
                          "registered; the next start records \"IsAutoStartUp=1\" (" + setting + ")");
         } else {
-            findings.Add(autoStartKey, Severity::Warning,
+            findings.Add(Code::RunSetting, autoStartKey, Severity::Warning,
                          "registered although the settings say off: the next start removes it (" + setting + ")");
         }
     }
@@ -142,32 +146,33 @@ std::vector<Finding> InspectStartWithWindows(const RunValueSnapshot& run, const 
                                     ? "; the next start of the client rewrites it with its own path"
                                     : std::string();
     if (executable.empty()) {
-        findings.Add(valueName, Severity::Problem,
+        findings.Add(Code::RunNoExecutable, valueName, Severity::Problem,
                      "names no executable (a quote is never closed): Windows starts "
                      "nothing at log-on");
         return findings.Take();
     }
     if (!quoted && executable.find(L' ') != std::wstring::npos) {
-        findings.Add(valueName, Severity::Warning,
+        findings.Add(Code::RunUnquoted, valueName, Severity::Warning,
                      "not quoted, and the path holds a blank: Windows tries " +
                          Shown(executable.substr(0, executable.find(L' '))) + " first" + rewrite);
     } else if (!quoted) {
-        findings.Add(valueName, Severity::Note, "not quoted (the library writes the path in quotes)" + rewrite);
+        findings.Add(Code::RunUnquoted, valueName, Severity::Note,
+                     "not quoted (the library writes the path in quotes)" + rewrite);
     }
     if (arguments != L"/background") {
-        findings.Add(valueName, Severity::Note,
+        findings.Add(Code::RunArguments, valueName, Severity::Note,
                      (arguments.empty() ? std::string("no arguments") : "arguments " + Shown(arguments)) +
                          " instead of \"/background\": the client opens its window at log-on" + rewrite);
     }
     if (!fileExists || !fileExists(executable)) {
         findings.Add(
-            valueName, Severity::Problem,
+            Code::RunExecutableMissing, valueName, Severity::Problem,
             "names " + Shown(executable) + ", which does not exist: Windows starts nothing at log-on" + rewrite);
     }
     if (!exeDir.empty()) {
         const std::wstring folder = grs::DirectoryWithSeparator(executable);
         if (!SameIgnoringCase(folder, WithSeparator(exeDir))) {
-            findings.Add(valueName, Severity::Warning,
+            findings.Add(Code::RunOtherFolder, valueName, Severity::Warning,
                          "names an executable in " + Shown(folder) + ", not in the install folder " +
                              Shown(WithSeparator(exeDir)) + ": left from an earlier installation or a move" + rewrite);
         }

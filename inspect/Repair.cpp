@@ -15,6 +15,7 @@
 #include "inspect/IniDiagnosis.h"
 #include "inspect/InspectDetail.h"
 #include "settings/SettingRules.h"
+#include "settings/SettingsFiles.h"
 
 namespace inspect {
 
@@ -22,7 +23,7 @@ namespace {
 
 namespace rules = grs::settings;
 
-constexpr DWORD kAtRest = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+constexpr DWORD kAtRest = grs::settings::kAtRestAttributes;
 
 struct IniFileRules {
     const char* area;
@@ -191,15 +192,28 @@ void PlanRunValue(const Snapshot& snapshot, const Context& context, const std::w
 void PlanRouteCache(const Snapshot& snapshot, const std::vector<Finding>& findings, std::vector<Fix>& plan) {
     if (!snapshot.routeCache.exists || snapshot.routeCache.isFolder) return;
     for (const Finding& finding : findings) {
-        if (finding.area != kAreaRouteCache || finding.severity < Severity::Warning) continue;
-        const bool unreadable = finding.key == "[file]";
-        const bool otherCountry =
-            finding.key == "[freshness]" && finding.message.rfind("recorded for ", 0) == 0;
-        if (!unreadable && !otherCountry) continue;
+        if (finding.area != kAreaRouteCache || finding.severity < Severity::Warning ||
+            !HasFix(Describe(finding.code), "remove-file"))
+            continue;
         plan.push_back(Fix{kAreaRouteCache, finding.key, "remove-file", snapshot.routeCachePath,
                            snapshot.routeCachePath, L""});
         return;
     }
+}
+
+// Whether `fix` answers `finding`: the same place, and an action the
+// finding's code lists.
+bool Answers(const Fix& fix, const Finding& finding) {
+    return fix.area == finding.area && fix.key == finding.key && HasFix(Describe(finding.code), fix.action);
+}
+
+bool FollowsChosen(const Fix& fix, const std::vector<Fix>& chosen) {
+    for (const Fix& earlier : chosen) {
+        if (earlier.area != fix.area || earlier.file != fix.file || fix.file.empty()) continue;
+        if (earlier.action == "rebuild-file") return true;
+        if (earlier.action == "rename-key" && grs::WideToUtf8(earlier.to) == fix.key) return true;
+    }
+    return false;
 }
 
 }  // namespace
@@ -216,29 +230,28 @@ std::vector<Fix> PlanFixes(const Snapshot& snapshot, const Context& context, con
     }
     PlanRunValue(snapshot, context, autoStartKnown ? &autoStart : nullptr, findings, plan);
     PlanRouteCache(snapshot, findings, plan);
-    return plan;
+    // A fix stays in the plan where the code of a finding it answers lists
+    // it, or where it edits what a chosen fix made (the rebuilt file, the
+    // renamed key).
+    std::vector<Fix> chosen;
+    for (Fix& fix : plan) {
+        bool answers = FollowsChosen(fix, chosen);
+        for (const Finding& finding : findings) answers = answers || Answers(fix, finding);
+        if (answers) chosen.push_back(std::move(fix));
+    }
+    return chosen;
 }
 
 const Fix* FixFor(const Finding& finding, const std::vector<Fix>& plan) {
     for (const Fix& fix : plan)
-        if (fix.area == finding.area && fix.key == finding.key) return &fix;
+        if (Answers(fix, finding)) return &fix;
     return nullptr;
 }
 
 std::string NoFixReason(const Finding& finding, const std::vector<Fix>& plan) {
     if (finding.severity < Severity::Warning || FixFor(finding, plan) != nullptr) return std::string();
-    if (finding.area == kAreaServerConfig)
-        return "server address files are reported, never rewritten: they belong to the installation";
-    if (finding.area == kAreaStartWithWindows)
-        return "the Run value is rewritten only to the install folder's executable while \"IsAutoStartUp\" is "
-               "\"1\" (give --exe-dir), and removed only while it is off";
-    if (finding.area == kAreaRouteCache)
-        return "only a cache of another country, or one that cannot be read, is removed";
-    if (finding.message.find("one edit from") != std::string::npos ||
-        finding.message.find("spelt otherwise") != std::string::npos)
-        return "the exact key holds a value of its own: this one is reported, never deleted";
-    if (finding.message.find("reads as") != std::string::npos)
-        return "what the user meant is not clear from the text, or the value is the library's own default";
+    const CodeInfo& info = Describe(finding.code);
+    if (info.noFix != nullptr) return info.noFix;
     return "no change that is sure to keep what the user had: left for the next start or for support";
 }
 

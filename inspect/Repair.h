@@ -42,6 +42,9 @@ struct RepairResult {
     std::vector<Change> changes;
 };
 
+// "20240501-100000", local time now: names the backup folder.
+std::string BackupStamp();
+
 // Applies `plan` as `request` asks (repairTo or repairInPlace). `now` names
 // the backup folder ("20240501-100000").
 RepairResult Repair(const Request& request, const Snapshot& snapshot, const std::vector<Fix>& plan,

@@ -59,7 +59,8 @@ long long RouteCacheExpiryMs(const std::string& currentTime, const std::string& 
 CacheFreshness JudgeRouteCache(const std::string& currentTime, const std::string& period,
                                const std::wstring& cachedCountry, const std::wstring& userCountry, long long nowMs) {
     if (currentTime.empty() || period.empty()) return CacheFreshness::MissingTime;
-    if (currentTime.size() > 15 || cachedCountry.empty()) return CacheFreshness::TimeTooLongOrNoCountry;
+    if (currentTime.size() > kMaxRouteTimeDigits || cachedCountry.empty())
+        return CacheFreshness::TimeTooLongOrNoCountry;
     if (cachedCountry != userCountry) return CacheFreshness::OtherCountry;
     const long long expiry = RouteCacheExpiryMs(currentTime, period);
     return expiry > nowMs ? CacheFreshness::Fresh : CacheFreshness::Expired;

@@ -55,6 +55,9 @@ enum class CacheFreshness {
 // unreadable), the sum saturating instead of overflowing.
 long long RouteCacheExpiryMs(const std::string& currentTime, const std::string& period);
 
+// A cached record's time of more digits than this is never fresh.
+constexpr size_t kMaxRouteTimeDigits = 15;
+
 // Judges a cached record: obtained at `currentTime` (milliseconds, decimal),
 // valid for `period` seconds, recorded for `cachedCountry`; fresh only while
 // strictly before its expiry and for exactly the user's country.

@@ -178,6 +178,30 @@ build_sqlite() {
   stamp sqlite3 "$v"
 }
 
+# zlib and its contrib/minizip (the support program's bundle is one zip file),
+# both from the zlib source package, compiled as Debian's libminizip is: the
+# library's sources and minizip's zip writer, reader and Win32 file layer.
+build_zlib() {
+  local v; v=$(src_version zlib); stamp_ok zlib "$v" && return 0
+  log "zlib and minizip $v"
+  local d; d=$(fetch_source zlib "$v")
+  local out="$d/_cross"
+  rm -rf "$out" && mkdir -p "$out"
+  local cc="$HOST-gcc-posix -O2"
+  (cd "$d" && for f in adler32 compress crc32 deflate gzclose gzlib gzread gzwrite infback inffast inflate \
+                      inftrees trees uncompr zutil; do $cc -c "$f.c" -o "$out/$f.o"; done &&
+     $HOST-ar rcs "$out/libz.a" "$out"/*.o)
+  (cd "$d/contrib/minizip" && for f in zip unzip ioapi iowin32; do
+     $cc -I"$d" -c "$f.c" -o "$out/mz-$f.o"; done &&
+     $HOST-ar rcs "$out/libminizip.a" "$out"/mz-*.o)
+  mkdir -p "$PREFIX/lib" "$PREFIX/include/minizip"
+  cp "$out/libz.a" "$out/libminizip.a" "$PREFIX/lib/"
+  cp "$d/zlib.h" "$d/zconf.h" "$PREFIX/include/"
+  cp "$d/contrib/minizip/"{zip.h,unzip.h,ioapi.h,iowin32.h} "$PREFIX/include/minizip/"
+  rm -rf "$out"
+  stamp zlib "$v"
+}
+
 # RapidJSON is header-only: Debian's headers are copied into the prefix so the
 # cross build never puts the host's /usr/include on its include path.
 copy_rapidjson() {
@@ -193,6 +217,7 @@ build_jsoncpp
 build_googletest
 build_sqlite
 build_openssl
+build_zlib
 if [ "${GRS_WITH_BENCHMARK:-0}" = 1 ]; then
   build_benchmark
   build_ini_peers

@@ -8,4 +8,5 @@ PRESET=${GRS_PRESET:-mingw}
 # Standard output belongs to the command's report (`run-host.sh --json | ...`):
 # everything the build says goes to standard error.
 cmake --preset "$PRESET" >/dev/null
-cmake --build --preset "$PRESET" -j "$(nproc 2>/dev/null || echo 2)" >&2
+# GRS_BUILD_TARGET: one target and what it needs instead of everything.
+cmake --build --preset "$PRESET" -j "$(nproc 2>/dev/null || echo 2)" ${GRS_BUILD_TARGET:+--target "$GRS_BUILD_TARGET"} >&2

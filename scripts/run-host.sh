@@ -3,6 +3,6 @@
 # under Wine. Arguments go to the host: see `scripts/run-host.sh --help`.
 # Standard output carries the report alone (the build and the host's progress
 # go to standard error), so `scripts/run-host.sh --json | python3 -m json.tool`
-# works, for the demo and for `--inspect APPDATA_DIR`.
+# works. A user's profile is inspected by scripts/grs-support.sh.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 exec "$ROOT/build/wine-run.sh" "$ROOT/build/bin/startup-host.exe" "$@"

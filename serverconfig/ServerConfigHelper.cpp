@@ -47,9 +47,6 @@ constexpr int kLineLoadFailed = 156;
 constexpr int kLineServersEmpty = 167;
 constexpr int kLineParseError = 258;
 
-// The file is read whole; a larger one is refused.
-constexpr unsigned long long kMaxFileSize = 1048576;
-
 using grs::ServerRegion;
 
 template <typename T>
@@ -77,7 +74,8 @@ std::wstring MainModulePath() {
 // The whole file, read once; empty, too large or unreadable loads nothing.
 // `error`: the Win32 error of a file that could not be opened, sized or read.
 bool ReadServerAddressFile(const std::wstring& path, std::string& text, unsigned long* error = nullptr) {
-    const grs::ReadFileResult read = grs::ReadWholeFile(grs::WithExtendedPrefix(path), kMaxFileSize, text);
+    const grs::ReadFileResult read =
+        grs::ReadWholeFile(grs::WithExtendedPrefix(path), grs::kServerConfigMaxBytes, text);
     if (error != nullptr) *error = read == grs::ReadFileResult::Ok || read == grs::ReadFileResult::TooLarge ? 0 : ::GetLastError();
     return read == grs::ReadFileResult::Ok && !text.empty(); }
 

@@ -13,6 +13,12 @@
 namespace grs {
 
 enum class ServerRegion { Asia, Europe, Russia, Default };
+// Every region, the default first: each has its server address file.
+constexpr ServerRegion kServerRegions[] = {ServerRegion::Default, ServerRegion::Asia, ServerRegion::Europe,
+                                           ServerRegion::Russia};
+
+// A server address file is read whole; a larger one is refused.
+constexpr unsigned long long kServerConfigMaxBytes = 1048576;
 
 // First match wins: a country in both sets counts as Asian; "RU" is exact.
 ServerRegion ChooseServerRegion(const std::wstring& countryCode, const std::unordered_set<std::wstring>& asia,

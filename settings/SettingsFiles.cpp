@@ -56,7 +56,7 @@ void MarkChanging(const std::wstring& path) noexcept {
 }
 
 void MarkAtRest(const std::wstring& path) noexcept {
-    ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
+    ::SetFileAttributesW(path.c_str(), kAtRestAttributes);
 }
 
 unsigned long WriteShowTabBar(bool showTabBar) {

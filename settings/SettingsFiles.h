@@ -5,6 +5,8 @@
 // change, and small text helpers. The rules over the document itself are in
 // SettingRules.h.
 
+#include <windows.h>
+
 #include <cwchar>
 #include <exception>
 #include <mutex>
@@ -35,6 +37,9 @@ GlobalParamWrapper& Store();
 // "\Setting.ini" would land in the root of the current drive.
 std::wstring SettingFilePath();
 std::wstring SyncSettingFilePath();
+
+// The attributes of a settings file at rest, after every save.
+constexpr unsigned long kAtRestAttributes = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
 
 // Normal attributes before a file is changed (a hidden or read-only file cannot
 // be replaced), hidden and system once it is saved. Results are ignored.

@@ -5,10 +5,13 @@
 
 #include <windows.h>
 
+#include <gtest/gtest.h>
+
 #include <map>
 #include <string>
 #include <utility>
 
+#include "core/TextUtil.h"
 #include "core/UniqueResource.h"
 #include "tests/common/TestSupport.h"
 
@@ -47,6 +50,19 @@ inline std::map<std::wstring, std::pair<std::string, DWORD>> FolderContents(cons
         }
     } while (::FindNextFileW(find.get(), &entry));
     return contents;
+}
+
+// Every file of `before` is in `after` with the same bytes and attributes,
+// and nothing else is.
+inline void ExpectSameFiles(const std::map<std::wstring, std::pair<std::string, DWORD>>& before,
+                            const std::map<std::wstring, std::pair<std::string, DWORD>>& after) {
+    EXPECT_EQ(after.size(), before.size());
+    for (const auto& file : before) {
+        SCOPED_TRACE(grs::WideToUtf8(file.first));
+        ASSERT_EQ(after.count(file.first), 1u);
+        EXPECT_EQ(after.at(file.first).first, file.second.first);
+        EXPECT_EQ(after.at(file.first).second, file.second.second);
+    }
 }
 
 // A Run key of the test's own under HKEY_CURRENT_USER, removed afterwards.

@@ -15,6 +15,7 @@
 #include "core/TextUtil.h"
 #include "inspect/Inspect.h"
 #include "inspect/InspectDetail.h"
+#include "inspect/Repair.h"
 #include "route/RouteDetail.h"
 #include "route/RouteSetters.h"
 #include "serverconfig/ServerRegion.h"
@@ -103,8 +104,10 @@ struct Profile {
     }
 };
 
+// A finding by its code; `fact` is data the message must carry (a name, a
+// number, a place), never its wording.
 struct Expected {
-    std::string area, key, severity, messagePart;
+    std::string area, key, severity, code, fact;
 };
 
 // The findings read back from the JSON report.
@@ -127,15 +130,15 @@ TEST(Inspect, PreparedProfilesGiveTheirFindings) {
         // Exactly the warnings and problems; notes and ok findings listed here must be there too.
         std::vector<Expected> expected;
     } rows[] = {
-        {"clean", [](Profile&) {}, {{"ServerConfig", "ServerConfigTest", "note", "absent"}}},
+        {"clean", [](Profile&) {}, {{"ServerConfig", "ServerConfigTest", "note", "server-file-missing"}}},
         {"misspelled and empty keys",
          [](Profile& p) {
              p.snapshot.setting = File(Replaced(Replaced(kSetting, "SapceOMVersion=0", "SpaceOMVersion=0"),
                                                 "Language=en-US\r\nLog", "Language=\r\nLog"));
          },
-         {{"Setting.ini", "SpaceOMVersion", "problem", "one edit from \"SapceOMVersion\""},
-          {"Setting.ini", "SapceOMVersion", "note", "missing"},
-          {"Setting.ini", "Language", "note", "empty: the next start writes"}}},
+         {{"Setting.ini", "SpaceOMVersion", "problem", "key-misspelt", "SapceOMVersion"},
+          {"Setting.ini", "SapceOMVersion", "note", "key-missing"},
+          {"Setting.ini", "Language", "note", "key-empty"}}},
         {"values read otherwise than they look",
          [](Profile& p) {
              std::string text = Replaced(kSetting, "IsAutoCheckUpdate=1", "IsAutoCheckUpdate=yes");
@@ -144,35 +147,34 @@ TEST(Inspect, PreparedProfilesGiveTheirFindings) {
              text = Replaced(text, "NoticeCreateLink=1", "noticecreatelink=false");
              p.snapshot.setting = File(text);
          },
-         {{"Setting.ini", "IsAutoCheckUpdate", "warning", "reads as off"},
-          {"Setting.ini", "IsJoinUserExperiencePlan", "note", "reads as not joined"},
-          {"Setting.ini", "IsAutoStartUp", "problem", "removes the Run value"},
-          {"Setting.ini", "NoticeCreateLink", "warning", "reads as settled"},
-          {"Setting.ini", "noticecreatelink", "warning", "letter case"},
-          {"StartWithWindows", "IsAutoStartUp", "warning", "the next start removes it"}}},
+         {{"Setting.ini", "IsAutoCheckUpdate", "warning", "flag-reading"},
+          {"Setting.ini", "IsJoinUserExperiencePlan", "note", "flag-reading"},
+          {"Setting.ini", "IsAutoStartUp", "problem", "flag-reading"},
+          {"Setting.ini", "NoticeCreateLink", "warning", "flag-reading"},
+          {"Setting.ini", "noticecreatelink", "warning", "key-case", "NoticeCreateLink"},
+          {"StartWithWindows", "IsAutoStartUp", "warning", "run-setting"}}},
         {"hidden attribute missing",
          [](Profile& p) { p.snapshot.setting.attributes = FILE_ATTRIBUTE_SYSTEM; },
-         {{"Setting.ini", "[attributes]", "warning", "system but not hidden"}}},
+         {{"Setting.ini", "[attributes]", "warning", "file-attributes"}}},
         {"repeats, lines not kept and a stray file",
          [](Profile& p) {
              p.snapshot.syncSetting = File(SyncSetting() + "garbage\nPortal=https://other.example\n[SyncSetting]\n");
              p.snapshot.appDataNames.push_back(L"SyncSetting.ini~12-3.tmp");
          },
-         {{"SyncSetting.ini", "[line 23]", "warning", "\"garbage\""},
-          {"SyncSetting.ini", "Portal", "warning",
-           "lines 13, 24: this library reads the last (\"https://other.example\")"},
-          {"SyncSetting.ini", "[SyncSetting]", "warning", "lines 1, 25"},
-          {"SyncSetting.ini", "SyncSetting.ini~12-3.tmp", "warning", "temporary"}}},
+         {{"SyncSetting.ini", "[line 23]", "warning", "stray-line", "garbage"},
+          {"SyncSetting.ini", "Portal", "warning", "key-repeated", "https://other.example"},
+          {"SyncSetting.ini", "[SyncSetting]", "warning", "section-repeated", "1, 25"},
+          {"SyncSetting.ini", "SyncSetting.ini~12-3.tmp", "warning", "stray-temporary"}}},
         {"cache folder of another user",
          [](Profile& p) { p.context.user = L"user-2"; },
-         {{"SyncSetting.ini", "CatchFolder", "warning", "another user"}}},
+         {{"SyncSetting.ini", "CatchFolder", "warning", "cache-folder", "user-2"}}},
         {"Run value unquoted",
          [](Profile& p) { p.snapshot.run.data = kClient + L" /background"; },
-         {{"StartWithWindows", "QIRENT Cloud", "warning", "Windows tries \"C:\\Program\" first"}}},
+         {{"StartWithWindows", "QIRENT Cloud", "warning", "run-unquoted", "C:\\Program\""}}},
         {"Run value naming a missing executable after a move",
          [](Profile& p) { p.snapshot.run.data = L"\"D:\\Old\\client.exe\" /background"; },
-         {{"StartWithWindows", "QIRENT Cloud", "problem", "does not exist"},
-          {"StartWithWindows", "QIRENT Cloud", "warning", "not in the install folder"}}},
+         {{"StartWithWindows", "QIRENT Cloud", "problem", "run-executable-missing", "D:\\Old\\client.exe"},
+          {"StartWithWindows", "QIRENT Cloud", "warning", "run-other-folder"}}},
         {"Run value of 129 characters",
          [](Profile& p) {
              // The quotes, "C:\", "\c.exe" and " /background" take 23 characters.
@@ -181,7 +183,7 @@ TEST(Inspect, PreparedProfilesGiveTheirFindings) {
              p.existing.insert(folder + L"\\c.exe");
              p.snapshot.exeDir = folder;
          },
-         {{"StartWithWindows", "QIRENT Cloud", "ok", "129 characters"}}},
+         {{"StartWithWindows", "QIRENT Cloud", "ok", "run-value", "129"}}},
         {"Run value of 130 characters while the settings say off",
          [](Profile& p) {
              const std::wstring folder = L"C:\\" + std::wstring(130 - 23, L'x');
@@ -190,12 +192,12 @@ TEST(Inspect, PreparedProfilesGiveTheirFindings) {
              p.snapshot.exeDir = folder;
              p.snapshot.setting = File(Replaced(kSetting, "IsAutoStartUp=1", "IsAutoStartUp=0"));
          },
-         {{"StartWithWindows", "QIRENT Cloud", "problem", "130 or more"}}},
+         {{"StartWithWindows", "QIRENT Cloud", "problem", "run-not-readable", "130"}}},
         {"broken server file",
          [](Profile& p) {
              p.snapshot.serverFiles[L"ServerConfig"] = File("{\"cn\": {\"zrv\": \"a\",\n  }}", FILE_ATTRIBUTE_NORMAL);
          },
-         {{"ServerConfig", "ServerConfig", "problem", "(line 2, column 3)"}}},
+         {{"ServerConfig", "ServerConfig", "problem", "server-file-not-json", "line 2, column 3"}}},
         {"server file lacking keys, for a European user",
          [](Profile& p) {
              p.context.country = L"DE";
@@ -203,16 +205,14 @@ TEST(Inspect, PreparedProfilesGiveTheirFindings) {
                  File(Replaced(ServerFile({L"zrv", L"netping"}), "\"cn\"", "\"dr3\"") + "\n", FILE_ATTRIBUTE_NORMAL);
              p.snapshot.routeCache = File(RouteCache("DE", kNow - 60000), FILE_ATTRIBUTE_NORMAL);
          },
-         {{"ServerConfig", "ServerConfigDR3", "problem",
-           "lacks 2 of the 46 service keys, stored as empty addresses: "
-           "zrv, netping"},
-          {"ServerConfig", "[region]", "ok", "region \"dr3\""}}},
+         {{"ServerConfig", "ServerConfigDR3", "problem", "service-keys-lacking", "zrv, netping"},
+          {"ServerConfig", "[region]", "ok", "region", "\"dr3\""}}},
         {"stale route cache of another country",
          [](Profile& p) { p.snapshot.routeCache = File(RouteCache("DE", kNow - 86400001), FILE_ATTRIBUTE_NORMAL); },
-         {{"RouteCache", "[freshness]", "warning", "recorded for \"DE\", the user is in \"CN\" (stale since"}}},
+         {{"RouteCache", "[freshness]", "warning", "route-other-country", "\"DE\""}}},
         {"stale route cache of the user's country",
          [](Profile& p) { p.context.nowMs = kNow + 86400000; },
-         {{"RouteCache", "[freshness]", "note", "stale since 2023-11-15 22:12:20 UTC"}}},
+         {{"RouteCache", "[freshness]", "note", "route-fresh", "2023-11-15 22:12:20 UTC"}}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
@@ -234,9 +234,10 @@ TEST(Inspect, PreparedProfilesGiveTheirFindings) {
                 found = found ||
                         (finding["area"].asString() == expected.area && finding["key"].asString() == expected.key &&
                          finding["severity"].asString() == expected.severity &&
-                         finding["message"].asString().find(expected.messagePart) != std::string::npos);
+                         finding["code"].asString() == expected.code &&
+                         finding["message"].asString().find(expected.fact) != std::string::npos);
             EXPECT_TRUE(found) << expected.area << " " << expected.key << " " << expected.severity << ": "
-                               << expected.messagePart;
+                               << expected.code << " " << expected.fact;
         }
         EXPECT_EQ(severe, expectedSevere);
         EXPECT_EQ(report["summary"]["problems"].asUInt() + report["summary"]["warnings"].asUInt(),
@@ -310,9 +311,8 @@ TEST(Inspect, CoversExactlyTheLibrarysKeys) {
                 if (finding["area"].asString() != file.area) continue;
                 named.insert(finding["key"].asString());
                 strangerNamed = strangerNamed || (finding["key"].asString() == "Stranger" &&
-                                                  finding["message"].asString().find("not a key") != std::string::npos);
-                EXPECT_EQ(finding["message"].asString().find("one edit from"), std::string::npos)
-                    << finding["key"].asString();
+                                                  finding["code"].asString() == "key-unknown");
+                EXPECT_NE(finding["code"].asString(), "key-misspelt") << finding["key"].asString();
             }
             EXPECT_TRUE(strangerNamed);
             for (const grs::settings::SettingKey& key : file.keys) {
@@ -320,6 +320,121 @@ TEST(Inspect, CoversExactlyTheLibrarysKeys) {
                 EXPECT_EQ(named.count(grs::WideToUtf8(key.name)), reported ? 1u : 0u) << grs::WideToUtf8(key.name);
             }
         }
+    }
+}
+
+// Every code that has a fix, from a profile that shows it: the finding of that
+// code gets a fix its code lists, and no finding of a code without one gets
+// any. A fix that went missing, or one tied to a finding by anything but its
+// code, fails here.
+TEST(Inspect, EveryCodeWithAFixGetsIt) {
+    const std::wstring longFolder = L"C:\\" + std::wstring(130, L'x');
+    const struct Row {
+        Code code;
+        std::function<void(Profile&)> prepare;
+    } rows[] = {
+        {Code::FileAttributes, [](Profile& p) { p.snapshot.setting.attributes = FILE_ATTRIBUTE_SYSTEM; }},
+        {Code::LineOutsideSection, [](Profile& p) { p.snapshot.syncSetting = File("Portal=x\n" + SyncSetting()); }},
+        {Code::StrayTemporary, [](Profile& p) { p.snapshot.appDataNames.push_back(L"Setting.ini~1-2.tmp"); }},
+        {Code::SectionMissing, [](Profile& p) { p.snapshot.syncSetting = File("Portal=x\n"); }},
+        {Code::SectionMisspelt,
+         [](Profile& p) { p.snapshot.setting = File(Replaced(kSetting, "[Setting]", "[Settng]")); }},
+        {Code::SectionUnknown,
+         [](Profile& p) { p.snapshot.setting = File(Replaced(kSetting, "[Setting]", "[Other]")); }},
+        {Code::KeyCase,
+         [](Profile& p) { p.snapshot.setting = File(Replaced(kSetting, "NoticeCreateLink", "noticecreatelink")); }},
+        {Code::KeyMisspelt,
+         [](Profile& p) { p.snapshot.setting = File(Replaced(kSetting, "SapceOMVersion", "SpaceOMVersion")); }},
+        {Code::FlagReading,
+         [](Profile& p) { p.snapshot.setting = File(Replaced(kSetting, "IsAutoStartUp=1", "IsAutoStartUp=true")); }},
+        {Code::RunNotReadable,
+         [&longFolder](Profile& p) { p.snapshot.run.data = L"\"" + longFolder + L"\\client.exe\" /background"; }},
+        {Code::RunSetting,
+         [](Profile& p) { p.snapshot.setting = File(Replaced(kSetting, "IsAutoStartUp=1", "IsAutoStartUp=0")); }},
+        {Code::RunUnquoted, [](Profile& p) { p.snapshot.run.data = kClient + L" /background"; }},
+        {Code::RunArguments, [](Profile& p) { p.snapshot.run.data = L"\"" + kClient + L"\""; }},
+        {Code::RunExecutableMissing, [](Profile& p) { p.snapshot.run.data = L"\"D:\\Old\\client.exe\" /background"; }},
+        {Code::RunOtherFolder, [](Profile& p) { p.snapshot.run.data = L"\"D:\\Old\\client.exe\" /background"; }},
+        {Code::RouteCacheUnreadable, [](Profile& p) { p.snapshot.routeCache = File("{", FILE_ATTRIBUTE_NORMAL); }},
+        {Code::RouteOtherCountry,
+         [](Profile& p) { p.snapshot.routeCache = File(RouteCache("DE", kNow), FILE_ATTRIBUTE_NORMAL); }},
+    };
+    std::set<Code> covered;
+    for (const Row& row : rows) {
+        const CodeInfo& info = Describe(row.code);
+        SCOPED_TRACE(info.id);
+        covered.insert(row.code);
+        Profile profile;
+        row.prepare(profile);
+        profile.context.fileExists = [&profile](const std::wstring& path) { return profile.existing.count(path) != 0; };
+        const std::vector<Finding> findings = Inspect(profile.snapshot, profile.context);
+        const std::vector<Fix> plan = PlanFixes(profile.snapshot, profile.context, findings);
+        bool fixed = false;
+        for (const Finding& finding : findings) {
+            // A fix never shows on a finding whose code has none, whatever its place.
+            if (Describe(finding.code).fix == nullptr)
+                EXPECT_EQ(FixFor(finding, plan), nullptr) << Describe(finding.code).id << " " << finding.key;
+            if (finding.code != row.code) continue;
+            const Fix* fix = FixFor(finding, plan);
+            fixed = fixed || (fix != nullptr && HasFix(info, fix->action));
+        }
+        EXPECT_TRUE(fixed);
+    }
+    for (const CodeInfo& info : Codes()) {
+        EXPECT_EQ(&Describe(info.code), &info) << info.id;
+        EXPECT_EQ(FindCode(info.id), &info) << info.id;
+        EXPECT_EQ(info.fix != nullptr, covered.count(info.code) == 1) << info.id;
+    }
+}
+
+// Scripts tell "clean" from "findings" from "could not check".
+TEST(Inspect, ExitStatusSaysWhetherActionIsNeeded) {
+    const struct {
+        const char* name;
+        std::function<void(Profile&)> prepare;
+        int status;
+    } rows[] = {
+        {"clean", [](Profile&) {}, kExitClean},
+        {"notes only", [](Profile& p) { p.snapshot.appDataNames.push_back(L"Setting.ini.bak"); }, kExitClean},
+        {"a warning", [](Profile& p) { p.snapshot.setting.attributes = 0; }, kExitNeedsAction},
+        {"a problem",
+         [](Profile& p) { p.snapshot.setting = File(Replaced(kSetting, "SapceOMVersion", "SpaceOMVersion")); },
+         kExitNeedsAction},
+        {"no app-data folder", [](Profile& p) { p.snapshot.appDataIsFolder = false; }, kExitCouldNotCheck},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Profile profile;
+        row.prepare(profile);
+        profile.context.fileExists = [&profile](const std::wstring& path) { return profile.existing.count(path) != 0; };
+        Report report{profile.snapshot, profile.context, {}, {}};
+        report.findings = Inspect(profile.snapshot, profile.context);
+        EXPECT_EQ(ExitStatus(report), row.status);
+    }
+}
+
+// A path the profile functions cannot use is told, with what this client
+// does there.
+TEST(Inspect, ProfilePathsTheProfileFunctionsCannotUse) {
+    const struct {
+        const char* name;
+        std::wstring appData;
+        bool spellable;
+        const char* code;  // null: nothing to tell
+    } rows[] = {
+        {"short and spellable", L"C:\\Users\\u\\AppData", true, nullptr},
+        {"not spellable", L"C:\\Users\\u\\AppData", false, "profile-path-not-ansi"},
+        {"one short of the limit", L"C:\\" + std::wstring(MAX_PATH - 4 - 16, L'x'), true, nullptr},
+        {"at the limit", L"C:\\" + std::wstring(MAX_PATH - 3 - 16, L'x'), true, "profile-path-long"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Profile profile;
+        profile.snapshot.appData = row.appData;
+        profile.snapshot.appDataSpellable = row.spellable;
+        const std::vector<Finding> findings = InspectProfilePath(profile.snapshot);
+        ASSERT_EQ(findings.size(), row.code ? 1u : 0u);
+        if (row.code) EXPECT_STREQ(Describe(findings[0].code).id, row.code);
     }
 }
 

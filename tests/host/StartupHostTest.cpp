@@ -11,6 +11,7 @@
 #include "core/UniqueResource.h"
 #include "tests/common/ChildProcess.h"
 #include "tests/common/TestSupport.h"
+#include "inspect/Inspect.h"
 #include "tests/host/HostFixtures.h"
 
 namespace {
@@ -23,8 +24,9 @@ struct HostRun {
     Json::Value report;
 };
 
-// Runs startup-host.exe --json with `arguments` and parses its report.
-HostRun RunHost(const std::wstring& arguments) {
+// Runs `program` (beside the tests) with `arguments` and parses its JSON
+// report, when `report` says it writes one.
+HostRun RunProgram(const std::wstring& program, const std::wstring& arguments, bool report = true) {
     HostRun run;
     const std::wstring folder = grs::DirectoryWithSeparator(grs::HostExecutablePath());
     grs::test::TempFolder scratch;
@@ -32,8 +34,8 @@ HostRun RunHost(const std::wstring& arguments) {
     SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
     grs::UniqueFile out(
         ::CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr));
-    const grs::UniqueHandle host = grs::test::StartProcess(L"\"" + folder + L"startup-host.exe\" --json " + arguments,
-                                                           out.get(), ::GetStdHandle(STD_ERROR_HANDLE));
+    const grs::UniqueHandle host = grs::test::StartProcess(L"\"" + folder + program + L"\" " + arguments, out.get(),
+                                                           ::GetStdHandle(STD_ERROR_HANDLE));
     out.reset();
     if (!host) {
         ADD_FAILURE() << "cannot start the host";
@@ -45,11 +47,20 @@ HostRun RunHost(const std::wstring& arguments) {
     }
     ::GetExitCodeProcess(host.get(), &run.exitCode);
     const std::string text = grs::test::ReadFileBytes(output);
+    if (!report) return run;
     Json::CharReaderBuilder builder;
     std::string errors;
     std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
     EXPECT_TRUE(reader->parse(text.data(), text.data() + text.size(), &run.report, &errors)) << errors << text;
     return run;
+}
+
+HostRun RunHost(const std::wstring& arguments) {
+    return RunProgram(L"startup-host.exe", L"--json " + arguments);
+}
+
+HostRun RunSupport(const std::wstring& arguments) {
+    return RunProgram(L"grs-support.exe", L"inspect --json " + arguments);
 }
 
 std::string AddressSource(const HostRun& run, const char* name) {
@@ -72,12 +83,13 @@ std::string SummaryLine(const HostRun& run) {
     return run.report["summary"]["line"].asString();
 }
 
+// A finding by its code; `fact` is data its message carries, not wording.
 bool HasFinding(const HostRun& run, const std::string& area, const std::string& key, const std::string& severity,
-                const std::string& messagePart) {
+                const std::string& code, const std::string& fact = "") {
     for (const auto& finding : run.report["findings"])
         if (finding["area"].asString() == area && finding["key"].asString() == key &&
-            finding["severity"].asString() == severity &&
-            finding["message"].asString().find(messagePart) != std::string::npos)
+            finding["severity"].asString() == severity && finding["code"].asString() == code &&
+            finding["message"].asString().find(fact) != std::string::npos)
             return true;
     return false;
 }
@@ -124,15 +136,36 @@ TEST_F(StartupHost, StandbyAnswersWhenThePrimaryFails) {
 
 TEST_F(StartupHost, InspectingTheDemosProfileFindsNothingWrong) {
     RunHost(Profile());
-    const HostRun inspected = RunHost(L"--inspect \"" + profile / L"AppData" + L"\" --exe-dir \"" + HostFolder() +
-                                      L"\" --hkcu Software\\GlobalRootServiceDemo\\HKCU --user demo-user");
+    // The stand-in keeps the route cache in its own content file.
+    const HostRun inspected = RunSupport(L"--appdata \"" + profile / L"AppData" + L"\" --exe-dir \"" + HostFolder() +
+                                         L"\" --route-cache \"" + profile / L"AppData\\ClientStandIn\\content-5.txt" +
+                                         L"\" --hkcu Software\\GlobalRootServiceDemo\\HKCU --user demo-user");
     EXPECT_EQ(inspected.exitCode, 0u);
     EXPECT_EQ(inspected.report["summary"]["problems"].asUInt(), 0u) << SummaryLine(inspected);
     EXPECT_EQ(inspected.report["summary"]["warnings"].asUInt(), 0u) << SummaryLine(inspected);
-    EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "Platform", "ok", "\"x64\""));
-    EXPECT_TRUE(HasFinding(inspected, "SyncSetting.ini", "CatchFolder", "ok", "user \"demo-user\""));
-    EXPECT_TRUE(HasFinding(inspected, "ServerConfig", "ServerConfig", "ok", "holds 46 keys"));
-    EXPECT_TRUE(HasFinding(inspected, "RouteCache", "[freshness]", "ok", "fresh until"));
+    EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "Platform", "ok", "key-value", "\"x64\""));
+    EXPECT_TRUE(HasFinding(inspected, "SyncSetting.ini", "CatchFolder", "ok", "cache-folder", "\"demo-user\""));
+    EXPECT_TRUE(HasFinding(inspected, "ServerConfig", "ServerConfig", "ok", "server-file-loaded", "46"));
+    EXPECT_TRUE(HasFinding(inspected, "RouteCache", "[freshness]", "ok", "route-fresh"));
+}
+
+// The program's exit status, for scripts: 2 when the check could not be made.
+TEST(StartupHostInspect, ExitStatusWhenNothingCanBeChecked) {
+    grs::test::TempFolder root;
+    const struct {
+        const char* name;
+        std::wstring arguments;
+    } rows[] = {
+        {"no such app-data folder", L"inspect --appdata \"" + root / L"missing" + L"\""},
+        {"no such bundle", L"inspect \"" + root / L"missing.zip" + L"\""},
+        {"a command line not understood", L"inspect --appdata"},
+        {"no command", L""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(RunProgram(L"grs-support.exe", row.arguments, false).exitCode,
+                  static_cast<DWORD>(inspect::kExitCouldNotCheck));
+    }
 }
 
 TEST(StartupHostInspect, ReportsWhatIsWrongAndChangesNothing) {
@@ -156,25 +189,21 @@ TEST(StartupHostInspect, ReportsWhatIsWrongAndChangesNothing) {
     const auto before = FolderContents(root.Path());
 
     const HostRun inspected =
-        RunHost(L"--inspect \"" + appData + L"\" --exe-dir \"" + install + L"\" --route-cache \"" +
-                root / L"route.json" + L"\" --hkcu \"" + run.Root() + L"\"");
-    EXPECT_EQ(inspected.exitCode, 0u);
-    EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "SpaceOMVersion", "problem", "one edit from \"SapceOMVersion\""));
-    EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "[attributes]", "warning", "system but not hidden"));
-    EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "Setting.ini~7-1.tmp", "warning", "temporary"));
-    EXPECT_TRUE(HasFinding(inspected, "StartWithWindows", "QIRENT Cloud", "problem", "does not exist"));
-    EXPECT_TRUE(HasFinding(inspected, "ServerConfig", "ServerConfig", "problem", "(line 1, column 16)"));
-    EXPECT_TRUE(HasFinding(inspected, "RouteCache", "[freshness]", "warning", "recorded for \"DE\""));
+        RunSupport(L"--appdata \"" + appData + L"\" --exe-dir \"" + install + L"\" --route-cache \"" +
+                   root / L"route.json" + L"\" --hkcu \"" + run.Root() + L"\"");
+    EXPECT_EQ(inspected.exitCode, static_cast<DWORD>(inspect::kExitNeedsAction));
+    EXPECT_TRUE(
+        HasFinding(inspected, "Setting.ini", "SpaceOMVersion", "problem", "key-misspelt", "\"SapceOMVersion\""));
+    EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "[attributes]", "warning", "file-attributes"));
+    EXPECT_TRUE(HasFinding(inspected, "Setting.ini", "Setting.ini~7-1.tmp", "warning", "stray-temporary"));
+    EXPECT_TRUE(HasFinding(inspected, "StartWithWindows", "QIRENT Cloud", "problem", "run-executable-missing"));
+    EXPECT_TRUE(
+        HasFinding(inspected, "ServerConfig", "ServerConfig", "problem", "server-file-not-json", "line 1, column 16"));
+    EXPECT_TRUE(HasFinding(inspected, "RouteCache", "[freshness]", "warning", "route-other-country", "\"DE\""));
     EXPECT_EQ(SummaryLine(inspected).rfind("3 problems, ", 0), 0u) << SummaryLine(inspected);
 
     const auto after = FolderContents(root.Path());
-    EXPECT_EQ(after.size(), before.size());
-    for (const auto& file : before) {
-        SCOPED_TRACE(grs::WideToUtf8(file.first));
-        ASSERT_EQ(after.count(file.first), 1u);
-        EXPECT_EQ(after.at(file.first).first, file.second.first);
-        EXPECT_EQ(after.at(file.first).second, file.second.second);
-    }
+    grs::test::ExpectSameFiles(before, after);
     EXPECT_EQ(run.Get(), L"C:\\Gone\\client.exe /background");
 }
 

@@ -26,7 +26,7 @@ list(JOIN names "|" alternatives)
 # tiny: a name here is no longer checked anywhere.
 set(allowed "")
 
-set(folders core serverconfig route settings userprops dll include standin support inspect host tools bench)
+set(folders core serverconfig route settings userprops dll include standin support inspect supporttool host tools bench)
 set(files "")
 foreach(folder IN LISTS folders)
   file(GLOB_RECURSE found LIST_DIRECTORIES false ${root}/${folder}/*.h ${root}/${folder}/*.cpp)

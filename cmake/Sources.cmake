@@ -25,17 +25,18 @@ set(GRS_RULES_SOURCES
     ${GRS_SOURCE_ROOT}/serverconfig/RegionJson.cpp
     ${GRS_SOURCE_ROOT}/serverconfig/ServerRegion.cpp
     ${GRS_SOURCE_ROOT}/route/RouteDetail.cpp
+    ${GRS_SOURCE_ROOT}/route/RouteKeys.cpp
     ${GRS_SOURCE_ROOT}/settings/SettingRules.cpp)
 
-# What the inspection needs of the layers beside the rules: the logger, the
-# settings document's file edge, the route record's JSON form and the
-# parameter-store setters. Compiled once too (grs_edges), linked by the layers
-# and the inspection; these belong to their folders' layers.
+# What the inspection needs of the layers beside the rules: the settings
+# document's file edge and the route record's JSON form. Compiled once too
+# (grs_edges), linked by the layers and the inspection; they log through
+# core/Log.h, whose definition the linking program brings (the library's
+# core/Log.cpp writes to the client's logger; the support program, which
+# links none of the client's libraries, has its own).
 set(GRS_EDGE_SOURCES
-    ${GRS_SOURCE_ROOT}/core/Log.cpp
     ${GRS_SOURCE_ROOT}/core/IniFileIo.cpp
-    ${GRS_SOURCE_ROOT}/route/RouteJson.cpp
-    ${GRS_SOURCE_ROOT}/route/RouteSetters.cpp)
+    ${GRS_SOURCE_ROOT}/route/RouteJson.cpp)
 
 # The sources of one layer: every source of its folder but the kit's, the
 # rules' and the edges' (each compiled once, in its own library).
@@ -58,7 +59,8 @@ set(GRS_UNIT_PATHS_collaborators include/globalrootservice/collaborators)
 set(GRS_UNIT_PATHS_rules core/IniFile.h core/IniFile.cpp core/IniText.h serverconfig/JsonConfig.h
                          serverconfig/RegionJson.h serverconfig/RegionJson.cpp serverconfig/ServerRegion.h
                          serverconfig/ServerRegion.cpp include/globalrootservice/ServiceAddressEnum.h
-                         route/RouteDetail.h route/RouteDetail.cpp settings/SettingRules.h settings/SettingRules.cpp)
+                         route/RouteDetail.h route/RouteDetail.cpp route/RouteKeys.h route/RouteKeys.cpp
+                         settings/SettingRules.h settings/SettingRules.cpp)
 set(GRS_UNIT_PATHS_core core include/globalrootservice/GlobalRootServiceExport.h
                         include/globalrootservice/IniFileHelper.h)
 set(GRS_UNIT_PATHS_serverconfig serverconfig include/globalrootservice/ServerConfigHelper.h

@@ -8,7 +8,7 @@
 #include "core/TextUtil.h"
 #include "inspect/InspectDetail.h"
 #include "route/RouteDetail.h"
-#include "route/RouteSetters.h"
+#include "route/RouteKeys.h"
 #include "globalrootservice/ZRVInfo.h"
 
 namespace inspect {
@@ -111,7 +111,7 @@ void CheckApplication(const st_ZRVInfo& record, const Context& context, Findings
     std::vector<std::wstring> emptyAddress;
     std::vector<std::wstring> ignored;
     for (const auto& entry : table) {
-        if (grs::route::FindRouteSetter(entry.first) == nullptr) {
+        if (!grs::route::IsRouteServiceKey(entry.first)) {
             ignored.emplace_back(entry.first);
         } else if (entry.second.empty()) {
             emptyAddress.emplace_back(entry.first);
@@ -120,7 +120,7 @@ void CheckApplication(const st_ZRVInfo& record, const Context& context, Findings
         }
     }
     std::vector<std::wstring> absent;
-    for (const std::wstring& key : grs::route::RouteSetterKeys())
+    for (const std::wstring& key : grs::route::RouteServiceKeys())
         if (table.find(key) == table.end()) absent.push_back(key);
     findings.Add(Code::RouteApplication, "[parameter store]", set.empty() ? Severity::Warning : Severity::Ok,
                  set.empty() ? std::string("sets no address")

@@ -22,7 +22,4 @@ struct RouteSetter {
 // The setter for a key (exact, case-sensitive), null when the key is unknown.
 const RouteSetter* FindRouteSetter(std::wstring_view key);
 
-// Every key that has a setter, in the order keys are compared.
-std::vector<std::wstring> RouteSetterKeys();
-
 }  // namespace grs::route

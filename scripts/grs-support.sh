@@ -15,4 +15,4 @@ for arg in "$@"; do
   fi
   args+=("$arg")
 done
-exec "$ROOT/build/wine-run.sh" "$ROOT/build/bin/grs-support.exe" ${args[@]+"${args[@]}"}
+exec "$ROOT/build/wine-run.sh" "$ROOT/build/bin/grs-support/grs-support.exe" ${args[@]+"${args[@]}"}

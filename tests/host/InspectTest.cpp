@@ -17,7 +17,7 @@
 #include "inspect/InspectDetail.h"
 #include "inspect/Repair.h"
 #include "route/RouteDetail.h"
-#include "route/RouteSetters.h"
+#include "route/RouteKeys.h"
 #include "serverconfig/ServerRegion.h"
 #include "settings/SettingRules.h"
 #include "tests/host/HostFixtures.h"
@@ -67,7 +67,7 @@ std::string ServerFile(const std::set<std::wstring>& without = {}) {
 
 std::string RouteCache(const std::string& country, long long obtained) {
     std::string services = "\"com.qirent.cloud.pc\":{\"portal\":\"https://portal.pc.example\"},\"default\":{";
-    for (const std::wstring& key : grs::route::RouteSetterKeys())
+    for (const std::wstring& key : grs::route::RouteServiceKeys())
         services += (services.back() == '{' ? "\"" : ",\"") + grs::WideToUtf8(key) + "\":\"https://r.example\"";
     return "{\"countryCode\":\"" + country + "\",\"currentTime\":\"" + std::to_string(obtained) +
            "\",\"effectivePeriod\":\"86400\",\"isSuccess\":1,\"services\":{" + services + "}}}";

@@ -60,7 +60,7 @@ HostRun RunHost(const std::wstring& arguments) {
 }
 
 HostRun RunSupport(const std::wstring& arguments) {
-    return RunProgram(L"grs-support.exe", L"inspect --json " + arguments);
+    return RunProgram(L"grs-support\\grs-support.exe", L"inspect --json " + arguments);
 }
 
 std::string AddressSource(const HostRun& run, const char* name) {
@@ -163,7 +163,7 @@ TEST(StartupHostInspect, ExitStatusWhenNothingCanBeChecked) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        EXPECT_EQ(RunProgram(L"grs-support.exe", row.arguments, false).exitCode,
+        EXPECT_EQ(RunProgram(L"grs-support\\grs-support.exe", row.arguments, false).exitCode,
                   static_cast<DWORD>(inspect::kExitCouldNotCheck));
     }
 }

@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -62,6 +63,8 @@ using support::ReadFileBytes;
 using support::RemoveTree;
 using support::WriteFileBytes;
 bool FileExists(const std::wstring& path);
+// The names of the files directly in `folder`, folders aside.
+std::set<std::wstring> FileNames(const std::wstring& folder);
 
 // Threads of this process, and a bounded wait (about five seconds) until no
 // more than `threads` are left: the library's detached workers have ended.

@@ -24,18 +24,6 @@ grs::UniqueFile Hold(const std::wstring& path, DWORD access, DWORD share, DWORD 
     return grs::UniqueFile(::CreateFileW(path.c_str(), access, share, nullptr, disposition, 0, nullptr));
 }
 
-std::set<std::wstring> Names(const std::wstring& folder) {
-    std::set<std::wstring> names;
-    WIN32_FIND_DATAW entry;
-    const grs::UniqueFind find(::FindFirstFileW((folder + L"\\*").c_str(), &entry));
-    if (find) {
-        do {
-            if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) names.insert(entry.cFileName);
-        } while (::FindNextFileW(find.get(), &entry));
-    }
-    return names;
-}
-
 TEST(ReadWholeFile, SaysWhyNothingWasRead) {
     TempFolder folder;
     const std::wstring path = folder / L"f.ini";
@@ -139,7 +127,7 @@ TEST(ReplaceFileContent, ArrivesWhateverHoldsTheTargetAndLeavesNoTemporaryFile) 
         if (c.inPlace) EXPECT_NE(saved.refusedReplace, 0u);
         ::SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL);
         EXPECT_EQ(ReadFileBytes(target), saved.Succeeded() ? "new" : "old content");
-        std::set<std::wstring> others = Names(folder.Path());
+        std::set<std::wstring> others = grs::test::FileNames(folder.Path());
         others.erase(L"Setting.ini");
         EXPECT_EQ(others, c.others);
         ::DeleteFileW(shared.c_str());

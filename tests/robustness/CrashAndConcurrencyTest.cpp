@@ -1,6 +1,7 @@
 // "Setting.ini" stays whole when its writer is killed at any moment, and when
 // threads change it while others read it without the settings lock (as the
 // client's other components do).
+#include <algorithm>
 #include <atomic>
 #include <set>
 #include <thread>
@@ -50,19 +51,6 @@ TEST(SettingsCrashChild, DISABLED_SaveLoop) {
     }
 }
 
-// Files in the folder, folders aside.
-int FileCount(const std::wstring& folder) {
-    int count = 0;
-    WIN32_FIND_DATAW entry;
-    const UniqueFind find(::FindFirstFileW((folder + L"\\*").c_str(), &entry));
-    if (find) {
-        do {
-            if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) ++count;
-        } while (::FindNextFileW(find.get(), &entry));
-    }
-    return count;
-}
-
 using SettingsUnderStress = SettingsTest;
 
 // However often a save is killed, the file is the old or the new one whole,
@@ -88,7 +76,7 @@ TEST_F(SettingsUnderStress, KilledWriterLeavesTheOldOrTheNewFileAndNoLitter) {
         lastRound = WholeRound(SettingPath());
         ASSERT_GE(lastRound, 0) << "kill " << kill;
         EXPECT_EQ(Attributes(SettingPath()) & FILE_ATTRIBUTE_READONLY, 0u);
-        ASSERT_LE(FileCount(sandbox.AppData()), 2) << "kill " << kill;
+        ASSERT_LE(FileNames(sandbox.AppData()).size(), 2u) << "kill " << kill;
     }
 }
 
@@ -146,6 +134,10 @@ TEST_F(SettingsUnderStress, ThreadsLoseNoKeyAndReadersNeverSeeAHalfFile) {
         for (int i = 0; i < kRounds; ++i)
             EXPECT_EQ(Setting((L"T" + std::to_wstring(t) + L"_" + std::to_wstring(i)).c_str()), L"v");
     EXPECT_EQ(Setting(L"SapceOMVersion"), L"0");
+    // Nor a key added twice or astray: the fourteen created, the two
+    // auto-start keys GetSettings fills, the shortcut flag, every pair.
+    const std::wstring text = SettingsText();
+    EXPECT_EQ(std::count(text.begin(), text.end(), L';'), 17 + kWriters * kRounds);
 }
 
 }  // namespace

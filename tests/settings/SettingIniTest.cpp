@@ -1,8 +1,5 @@
 // "Setting.ini": creation, the property record, start-up flags, the Run
 // registration and upgrade pairs.
-#include <thread>
-#include <vector>
-
 #include "core/UniqueResource.h"
 #include "settings/SettingsFiles.h"
 #include "tests/settings/SettingsFixture.h"
@@ -53,10 +50,6 @@ TEST_F(SettingIni, GetSettingsKeepsTheClientsReadings) {
         EXPECT_EQ(std::wstring(Show().Version) + Show().VersionType + Show().Language, L"17.0.0.300betafr");
         EXPECT_EQ(Attributes(SettingPath()), kAtRest);
     }
-    WriteSettings("Language=" + std::string(300, 'l'));  // too long for its field: stops unsaved
-    const std::string before = ReadFileBytes(SettingPath());
-    ClientInitialize::GetSettings();
-    EXPECT_EQ(ReadFileBytes(SettingPath()), before);
 }
 
 // Which file is at the path: a replaced file is another one.
@@ -141,30 +134,6 @@ TEST_F(SettingIni, MissingFileIsNotCreatedAndInstallLogWritesNothing) {
     const std::string before = ReadFileBytes(SettingPath());
     ClientInitialize::InstallUpgradeLog();  // blanks the marks in memory only
     EXPECT_EQ(ReadFileBytes(SettingPath()), before);
-}
-
-TEST_F(SettingIni, ConcurrentOperationsLoseNoKey) {
-    ClientInitialize::CreateSettingFile(L"1.0");
-    constexpr int kThreads = 6, kRounds = 15;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([t] {
-            for (int i = 0; i < kRounds; ++i) {
-                const std::wstring key = L"U" + std::to_wstring(t) + L"_" + std::to_wstring(i);
-                ClientInitialize::SetUpgradeInfo({{key, L"v"}});
-                ClientInitialize::CreateSettingFile(L"2.0");
-                ClientInitialize::GetSettings();
-                ClientInitialize::UpdateSettings();
-                ClientInitialize::InstallUpgradeLog();
-                const auto read = ClientInitialize::GetUpgradeInfo({key});
-                EXPECT_TRUE(read.size() == 1 && read[0].value == L"v");
-            }
-        });
-    }
-    for (auto& thread : threads) thread.join();
-    // The fourteen, the two auto-start keys GetSettings fills, every pair.
-    const std::wstring text = SettingsText();
-    EXPECT_EQ(std::count(text.begin(), text.end(), L';'), 16 + kThreads * kRounds);
 }
 
 TEST_F(SettingIni, StartUpFlagsAreConsumedOnce) {

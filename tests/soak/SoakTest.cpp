@@ -235,15 +235,10 @@ Growth Measure(const char* name, int rounds, const std::function<void()>& operat
     return growth;
 }
 
-// The library's own blocks over `rounds` calls stay within the tolerance per call.
-void ExpectLibraryFlat(const char* name, int rounds, const Growth& growth) {
+// The library's blocks and every heap's bytes stay within the tolerance per call.
+void ExpectFlat(const char* name, int rounds, const Growth& growth) {
     EXPECT_LE(growth.library.bytes, kToleranceBytesPerCall * rounds) << name;
     EXPECT_LE(growth.library.blocks, rounds / kCallsPerToleratedBlock) << name;
-}
-
-// The library's blocks and every heap's bytes stay within the tolerance.
-void ExpectFlat(const char* name, int rounds, const Growth& growth) {
-    ExpectLibraryFlat(name, rounds, growth);
     // Every heap holds the stand-in's and the system's blocks as well, whose
     // count moves with their own caches: bytes only.
     EXPECT_LE(growth.heaps.bytes, kToleranceBytesPerCall * rounds) << name;
@@ -279,28 +274,16 @@ TEST_F(Soak, HeapStaysFlatOverAThousandCallsOfEachOperation) {
     for (const auto& row : operations) ExpectFlat(row.name, kRounds, Measure(row.name, kRounds, row.operation));
 }
 
-DWORD WINAPI DoNothing(LPVOID) {
-    return 0;
-}
-
 // The "BaseUri" worker: each call's thread has ended, and what it left is
 // measured, before the next call: every heap as well as the library's own
-// blocks. What a thread that does nothing leaves (the platform's own
-// per-thread cost) is reported beside it.
+// blocks.
 TEST_F(Soak, CreateSyncSettingFileLeavesNothingOnceItsWorkerHasEnded) {
     const size_t threads = ThreadCount();
-    const Growth bare = Measure("a thread doing nothing", kWorkerRounds, [] {
-        const UniqueHandle thread(::CreateThread(nullptr, 0, &DoNothing, nullptr, 0, nullptr));
-        ::WaitForSingleObject(thread.get(), INFINITE);
-    });
     const Growth worker = Measure("CreateSyncSettingFile", kWorkerRounds, [threads] {
         ClientInitialize::CreateSyncSettingFile();
         AwaitThreadCount(threads);
     });
     ExpectFlat("CreateSyncSettingFile", kWorkerRounds, worker);
-    // Reported only: the platform may keep a thread of its own by then.
-    std::cout << "threads " << ThreadCount() << " (" << threads << " before); a bare thread's every heap "
-              << bare.heaps.bytes << " bytes" << std::endl;
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "globalrootservice/ClientInitialize.h"
@@ -444,7 +445,10 @@ const Operation kOperations[] = {
          WriteSyncFile(test);
          GlobalParamWrapper::GetInstance()->SetOperqrtServerIdUrl(L"https://server-id.example");
      },
-     [](FaultPoints& test) { ClientInitializeTestAccess::SyncBaseUri(test.SyncPath()); }},
+     [](FaultPoints& test) { ClientInitializeTestAccess::SyncBaseUri(test.SyncPath()); },
+     // A fault that never passes keeps the worker waiting for ever, as it must:
+     // the faults that pass are the test below.
+     /*persistentMode=*/false},
     // The worker of the cache move, in the foreground.
     {"CopySyncFolderToCache (the worker, in the foreground)",
      {"ClientInitialize::CopySyncFolderToCache", "ClientInitialize::CheckCacheFile", "ClientInitialize::CopyCacheFile"},
@@ -494,6 +498,33 @@ TEST_P(EachOperation, KeepsItsPromiseAtEveryFaultPoint) {
 
 INSTANTIATE_TEST_SUITE_P(Storage, EachOperation, ::testing::Range<size_t>(0, std::size(kOperations)),
                          [](const ::testing::TestParamInfo<size_t>& info) { return "row" + std::to_string(info.param); });
+
+// The worker waits, logging each attempt, while the file's existence cannot
+// be told or the file cannot be read, and writes "BaseUri" once that passes.
+// Each row costs one poll of the worker (5 s).
+TEST_F(FaultPoints, BaseUriWorkerWritesOnceAPassingFaultIsGone) {
+    const struct {
+        const char* name;
+        long failFrom;  // 1: the existence test; 2: the first call of the read
+    } rows[] = {{"existence cannot be told", 1}, {"file cannot be read", 2}};
+    const std::wstring address = L"https://server-id.example";
+    for (const auto& row : rows) {
+        WriteSyncFile(*this);
+        GlobalParamWrapper::GetInstance()->SetOperqrtServerIdUrl(address);
+        ClientStandIn::ClearLogLines();
+        std::thread worker([this, &row] {
+            Injector().Arm(row.failFrom, /*persistent=*/true);
+            ClientInitializeTestAccess::SyncBaseUri(SyncPath());
+        });
+        // The first attempt has failed once the worker logs that it waits.
+        for (int i = 0; i < 500 && LogLinesOf("ClientInitialize::SyncBaseUri").empty(); ++i) ::Sleep(10);
+        Injector().Disarm();
+        worker.join();
+        EXPECT_FALSE(LogLinesOf("ClientInitialize::SyncBaseUri").empty()) << row.name;
+        EXPECT_EQ(Keys(ReadFileBytes(SyncPath()))["[SyncSetting]/BaseUri"], WideToUtf8(address)) << row.name;
+        EXPECT_EQ(Keys(ReadFileBytes(SyncPath()))["[SyncSetting]/UserKey"], "kept") << row.name;
+    }
+}
 
 // The server address file: read only, so what must hold is that a file that
 // is there but cannot be read is reported with its error.

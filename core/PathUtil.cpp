@@ -90,17 +90,32 @@ std::wstring HostExecutablePath() {
     }
 }
 
+namespace {
+// CreateDirectoryW takes at most 248 characters (room for an 8.3 name) unless
+// the path is in the extended form, which wants backslashes only.
+constexpr size_t kCreateDirectoryLimit = MAX_PATH - 12;
+
+BOOL CreateOneFolder(const std::wstring& folder) {
+    const bool drivePath = folder.size() > 2 && folder[1] == L':' && (folder[2] == L'\\' || folder[2] == L'/');
+    if (folder.size() < kCreateDirectoryLimit || !drivePath) return ::CreateDirectoryW(folder.c_str(), nullptr);
+    std::wstring extended = L"\\\\?\\" + folder;
+    for (wchar_t& c : extended)
+        if (c == L'/') c = L'\\';
+    return ::CreateDirectoryW(extended.c_str(), nullptr);
+}
+}  // namespace
+
 bool CreateFolderTree(const std::wstring& folder) {
     if (folder.empty()) return false;
     // Parents first; their failures (a drive root, a share name) do not matter,
     // only whether the folder itself ends up existing.
     for (size_t slash = folder.find_first_of(L"\\/", 1); slash != std::wstring::npos;
          slash = folder.find_first_of(L"\\/", slash + 1)) {
-        ::CreateDirectoryW(folder.substr(0, slash).c_str(), nullptr);
+        CreateOneFolder(folder.substr(0, slash));
     }
-    if (::CreateDirectoryW(folder.c_str(), nullptr)) return true;
+    if (CreateOneFolder(folder)) return true;
     const DWORD error = ::GetLastError();
-    const DWORD attributes = ::GetFileAttributesW(folder.c_str());
+    const DWORD attributes = ::GetFileAttributesW(WithExtendedPrefix(folder).c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return true;
     ::SetLastError(error);
     return false;

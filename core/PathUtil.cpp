@@ -59,7 +59,7 @@ bool IsCloudPlaceholder(const std::wstring& path) {
 }
 
 bool PathExists(const std::wstring& path) {
-    return !path.empty() && ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+    return !path.empty() && ::GetFileAttributesW(WithExtendedPrefix(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 bool IsNoSuchEntry(unsigned long error) {
@@ -68,7 +68,7 @@ bool IsNoSuchEntry(unsigned long error) {
 
 PathPresence ProbePath(const std::wstring& path) {
     if (path.empty()) return PathPresence::Missing;
-    if (::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return PathPresence::Present;
+    if (::GetFileAttributesW(WithExtendedPrefix(path).c_str()) != INVALID_FILE_ATTRIBUTES) return PathPresence::Present;
     return IsNoSuchEntry(::GetLastError()) ? PathPresence::Missing : PathPresence::Unknown;
 }
 

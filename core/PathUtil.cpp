@@ -35,11 +35,12 @@ std::wstring WithExtendedPrefix(const std::wstring& path) {
     return path;
 }
 
-std::wstring ToLongPath(std::wstring path) {
+std::wstring ToLongPath(std::wstring path, bool* tooLong) {
     wchar_t buffer[MAX_PATH] = {};
     const DWORD length = ::GetLongPathNameW(path.c_str(), buffer, MAX_PATH);
     // A long form that does not fit reports the size it needs: not supported,
     // the input is kept.
+    if (tooLong != nullptr) *tooLong = length >= MAX_PATH || (length == 0 && path.size() >= MAX_PATH);
     if (length != 0 && length < MAX_PATH) return std::wstring(buffer);
     return path;
 }

@@ -69,6 +69,16 @@ bool StoreFolder(wchar_t* field, size_t capacity, const std::wstring& path, cons
     return false;
 }
 
+std::wstring LongFolderName(const std::wstring& path, const char* function) {
+    bool tooLong = false;
+    std::wstring longPath = ToLongPath(path, &tooLong);
+    if (tooLong)
+        log::Error(__LINE__, function,
+                   L"Long name not looked up, it does not fit in " + std::to_wstring(MAX_PATH) +
+                       L" characters; compared as given: " + path);
+    return longPath;
+}
+
 std::wstring DefaultDownloadsFolder() {
     const std::wstring downloads = GlobalParamWrapper::GetInstance()->GetUserDownloadsPath();
     return downloads.empty() ? ProfileCloudFolder(L"Downloads") : downloads;

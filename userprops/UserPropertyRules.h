@@ -99,6 +99,11 @@ bool StoreFolder(wchar_t (&field)[N], const std::wstring& path, const wchar_t* w
     return StoreFolder(field, N, path, what, function);
 }
 
+// The long form of a folder's name (ToLongPath). Where the query's 260
+// characters cannot hold it, the name is used as given, and a severity-5 line
+// under `function` says so with the path.
+std::wstring LongFolderName(const std::wstring& path, const char* function);
+
 // `path` is the folder `syncPath` (given with its trailing separator) or lies in it.
 bool LiesInSyncFolder(const std::wstring& path, const std::wstring& syncPath);
 

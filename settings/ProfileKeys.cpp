@@ -78,12 +78,6 @@ bool StartsWith(const std::string& bytes, const char* prefix) {
     return bytes.compare(0, std::char_traits<char>::length(prefix), prefix) == 0;
 }
 
-// Text in `codePage` as the profile functions write it: what the code page
-// cannot carry becomes its default character.
-std::string InCodePage(const std::wstring& text, unsigned codePage) {
-    return WideToMultiByte(text, codePage);
-}
-
 }  // namespace
 
 bool ProfileFunctionsTake(const std::wstring& path, bool narrowPath, unsigned codePage) {
@@ -110,15 +104,12 @@ std::string WithProfileKey(const std::string& fileBytes, const std::wstring& sec
     const bool utf8 = StartsWith(fileBytes, "\xEF\xBB\xBF");
     const unsigned fileCodePage = utf8 ? kCodePageUtf8 : codePage;
     const size_t textAt = utf8 ? 3 : 0;
+    // What the code page cannot carry becomes its default character, as the profile functions write it.
     std::string text = EditText(
-        fileBytes.substr(textAt), InCodePage(section, fileCodePage), InCodePage(key, fileCodePage),
-        InCodePage(value, fileCodePage),
+        fileBytes.substr(textAt), WideToMultiByte(section, fileCodePage), WideToMultiByte(key, fileCodePage),
+        WideToMultiByte(value, fileCodePage),
         [fileCodePage](const std::string& name) { return MultiByteToWide(name, fileCodePage); });
     return fileBytes.substr(0, textAt) + text;
-}
-
-std::wstring AsNarrowProfileValue(const std::string& bytes, unsigned codePage) {
-    return MultiByteToWide(bytes, codePage);
 }
 
 ProfileKeyWriter::ProfileKeyWriter(std::wstring path, const wchar_t* section, const char* function)
@@ -140,7 +131,8 @@ void ProfileKeyWriter::Write(const std::wstring& key, std::wstring value) {
 }
 
 void ProfileKeyWriter::WriteUtf8(const std::wstring& key, const std::wstring& value) {
-    if (!m_narrowTakes) return Edit(key, AsNarrowProfileValue(WideToUtf8(value), kCodePageAnsi));
+    // The narrow function reads the bytes in the ANSI code page.
+    if (!m_narrowTakes) return Edit(key, MultiByteToWide(WideToUtf8(value), kCodePageAnsi));
     Finish();
     const std::string narrowPath = WideToMultiByte(m_path, kCodePageAnsi);
     IniFileHelperA(narrowPath.c_str(), WideToUtf8(m_section).c_str()).WriteIniKeyValueA(WideToUtf8(key), WideToUtf8(value));

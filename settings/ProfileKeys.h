@@ -26,10 +26,6 @@ bool ProfileFunctionsTake(const std::wstring& path, bool narrowPath, unsigned co
 std::string WithProfileKey(const std::string& fileBytes, const std::wstring& section, const std::wstring& key,
                            const std::wstring& value, unsigned codePage);
 
-// The value that the narrow profile function writes for these bytes: it reads
-// them in the ANSI code page.
-std::wstring AsNarrowProfileValue(const std::string& bytes, unsigned codePage);
-
 // Writes the keys of one section of one file, in order, through the profile
 // accessors or, where they cannot take the path, into the file's content,
 // which Finish saves once. Failures are logged at severity 5 under `function`

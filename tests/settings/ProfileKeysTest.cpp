@@ -74,7 +74,7 @@ TEST_F(SettingsTest, SettingsFilesAreTheSameBytesWhereTheProfileFunctionsCannotG
     ClientStandIn::SetText(ClientStandIn::Text::SystemUUid, L"id");
     ClientStandIn::SetText(ClientStandIn::Text::CurrentUserID, L"abc");
     CopyToField(Show().CacheFolder, L"C:\\Cach\u00e9");
-    const auto filesIn = [this](const std::wstring& appData) {
+    const auto filesIn = [](const std::wstring& appData) {
         EXPECT_TRUE(CreateFolderTree(appData));
         ClientStandIn::SetText(ClientStandIn::Text::AppDataLocalPath, appData);
         ClientInitialize::CreateSyncSettingFile();

@@ -119,15 +119,15 @@ ProfileKeyWriter::ProfileKeyWriter(std::wstring path, const wchar_t* section, co
       m_wideTakes(ProfileFunctionsTake(m_path, false, kCodePageAnsi)),
       m_narrowTakes(ProfileFunctionsTake(m_path, true, kCodePageAnsi)) {
     // The wide accessor creates the file when it is missing.
-    if (m_wideTakes) {
-        const IniFileHelper created(m_path.c_str(), m_section);
-    }
+    if (m_wideTakes) m_wide = std::make_unique<IniFileHelper>(m_path.c_str(), m_section);
 }
+
+ProfileKeyWriter::~ProfileKeyWriter() = default;
 
 void ProfileKeyWriter::Write(const std::wstring& key, std::wstring value) {
     if (!m_wideTakes) return Edit(key, std::move(value));
     Finish();  // what the file's content holds goes first
-    IniFileHelper(m_path.c_str(), m_section).WriteIniKeyValue(key, std::move(value));
+    m_wide->WriteIniKeyValue(key, std::move(value));
 }
 
 void ProfileKeyWriter::WriteUtf8(const std::wstring& key, const std::wstring& value) {

@@ -6,9 +6,12 @@
 // or one of 260 characters or more), the same bytes are written into the
 // file's content and saved whole.
 
+#include <memory>
 #include <string>
 
 #include "core/IniFile.h"
+
+class IniFileHelper;
 
 namespace grs::settings {
 
@@ -34,6 +37,7 @@ std::string WithProfileKey(const std::string& fileBytes, const std::wstring& sec
 class ProfileKeyWriter {
 public:
     ProfileKeyWriter(std::wstring path, const wchar_t* section, const char* function);
+    ~ProfileKeyWriter();
     ProfileKeyWriter(const ProfileKeyWriter&) = delete;
     ProfileKeyWriter& operator=(const ProfileKeyWriter&) = delete;
 
@@ -59,6 +63,7 @@ private:
     bool m_failed = false;
     unsigned long m_error = 0;
     std::string m_bytes;
+    std::unique_ptr<IniFileHelper> m_wide;  // while the wide profile function takes the path
 };
 
 }  // namespace grs::settings

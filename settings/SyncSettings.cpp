@@ -135,8 +135,9 @@ void ClientInitialize::CreateSyncSettingFile() {
         const std::wstring path = grs::settings::SyncSettingFilePath();
         if (path.empty()) return;
         if (!grs::PathExists(path)) {
-            grs::UniqueFile created(::CreateFileW(grs::WithExtendedPrefix(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                                                  nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+            grs::UniqueFile created(::CreateFileW(grs::WithExtendedPrefix(path).c_str(), GENERIC_WRITE,
+                                                  FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_NEW,
+                                                  FILE_ATTRIBUTE_NORMAL, nullptr));
         }
 
         GlobalParamWrapper& store = grs::settings::Store();

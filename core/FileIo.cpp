@@ -8,6 +8,7 @@
 #include <cwchar>
 #include <vector>
 
+#include "core/PathUtil.h"
 #include "core/UniqueResource.h"
 
 namespace grs {
@@ -30,7 +31,8 @@ ReadFileResult ReadToEnd(HANDLE file, unsigned long long maxBytes, std::string& 
 }  // namespace
 
 ReadFileResult ReadWholeFile(const std::wstring& path, unsigned long long maxBytes, std::string& bytes) {
-    UniqueFile file(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+    // Windows opens a path of 260 characters or more only in the extended form (Wine opens it either way).
+    UniqueFile file(::CreateFileW(WithExtendedPrefix(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                   nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) {
         const DWORD error = ::GetLastError();
@@ -255,7 +257,9 @@ SaveResult RewriteInPlace(const std::wstring& path, const std::string& bytes) {
 
 }  // namespace
 
-SaveResult ReplaceFileContent(const std::wstring& path, const std::string& bytes) {
+SaveResult ReplaceFileContent(const std::wstring& target, const std::string& bytes) {
+    // The temporary file and every call below take the extended form of a long path.
+    const std::wstring path = WithExtendedPrefix(target);
     // Windows refuses to replace a read-only file; say so up front so that
     // the behaviour does not depend on the file system's rename.
     const DWORD attributes = ::GetFileAttributesW(path.c_str());
@@ -281,7 +285,7 @@ SaveResult ReplaceFileContent(const std::wstring& path, const std::string& bytes
 }
 
 void RemoveLeftTemporaries(const std::wstring& path) {
-    RemoveStaleTemporaries(path, std::wstring());
+    RemoveStaleTemporaries(WithExtendedPrefix(path), std::wstring());
 }
 
 }  // namespace grs

@@ -42,6 +42,10 @@ void CreateFileIfMissing(const Char* path) {
     }
 }
 
+// The file's path for a log line; the narrow accessor's is in the ANSI code page.
+std::wstring PathText(const wchar_t* path) { return path; }
+std::wstring PathText(const char* path) { return grs::MultiByteToWide(path, grs::kCodePageAnsi); }
+
 // Refuses what would inject lines into the file and cuts a value at its first
 // line break, so that one write sets exactly one key.
 template <typename Char>
@@ -56,8 +60,11 @@ void WriteValue(const Char* path, const Char* section, const std::basic_string<C
     }
     if (grs::ini::CutAtLineBreak(value)) grs::log::Error(line, function, L"Value cut at its first line break");
     // The other keys are still written: a failed one is named.
-    if (!WriteProfile(section, key.c_str(), value.c_str(), path))
-        grs::log::Error(line, function, L"Key not written: " + std::wstring(key.begin(), key.end()) + L", error " + std::to_wstring(::GetLastError()));
+    if (!WriteProfile(section, key.c_str(), value.c_str(), path)) {
+        const DWORD error = ::GetLastError();
+        grs::log::Error(line, function, L"Key not written: " + std::wstring(key.begin(), key.end()) + L", error " +
+                                            std::to_wstring(error) + L": " + PathText(path));
+    }
 }
 
 template <typename Char>

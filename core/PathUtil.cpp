@@ -35,11 +35,12 @@ std::wstring WithExtendedPrefix(const std::wstring& path) {
     return path;
 }
 
-std::wstring ToLongPath(std::wstring path) {
+std::wstring ToLongPath(std::wstring path, bool* tooLong) {
     wchar_t buffer[MAX_PATH] = {};
     const DWORD length = ::GetLongPathNameW(path.c_str(), buffer, MAX_PATH);
     // A long form that does not fit reports the size it needs: not supported,
     // the input is kept.
+    if (tooLong != nullptr) *tooLong = length >= MAX_PATH || (length == 0 && path.size() >= MAX_PATH);
     if (length != 0 && length < MAX_PATH) return std::wstring(buffer);
     return path;
 }
@@ -59,7 +60,7 @@ bool IsCloudPlaceholder(const std::wstring& path) {
 }
 
 bool PathExists(const std::wstring& path) {
-    return !path.empty() && ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+    return !path.empty() && ::GetFileAttributesW(WithExtendedPrefix(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 bool IsNoSuchEntry(unsigned long error) {
@@ -68,7 +69,7 @@ bool IsNoSuchEntry(unsigned long error) {
 
 PathPresence ProbePath(const std::wstring& path) {
     if (path.empty()) return PathPresence::Missing;
-    if (::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return PathPresence::Present;
+    if (::GetFileAttributesW(WithExtendedPrefix(path).c_str()) != INVALID_FILE_ATTRIBUTES) return PathPresence::Present;
     return IsNoSuchEntry(::GetLastError()) ? PathPresence::Missing : PathPresence::Unknown;
 }
 
@@ -90,17 +91,32 @@ std::wstring HostExecutablePath() {
     }
 }
 
+namespace {
+// CreateDirectoryW takes at most 248 characters (room for an 8.3 name) unless
+// the path is in the extended form, which wants backslashes only.
+constexpr size_t kCreateDirectoryLimit = MAX_PATH - 12;
+
+BOOL CreateOneFolder(const std::wstring& folder) {
+    const bool drivePath = folder.size() > 2 && folder[1] == L':' && (folder[2] == L'\\' || folder[2] == L'/');
+    if (folder.size() < kCreateDirectoryLimit || !drivePath) return ::CreateDirectoryW(folder.c_str(), nullptr);
+    std::wstring extended = L"\\\\?\\" + folder;
+    for (wchar_t& c : extended)
+        if (c == L'/') c = L'\\';
+    return ::CreateDirectoryW(extended.c_str(), nullptr);
+}
+}  // namespace
+
 bool CreateFolderTree(const std::wstring& folder) {
     if (folder.empty()) return false;
     // Parents first; their failures (a drive root, a share name) do not matter,
     // only whether the folder itself ends up existing.
     for (size_t slash = folder.find_first_of(L"\\/", 1); slash != std::wstring::npos;
          slash = folder.find_first_of(L"\\/", slash + 1)) {
-        ::CreateDirectoryW(folder.substr(0, slash).c_str(), nullptr);
+        CreateOneFolder(folder.substr(0, slash));
     }
-    if (::CreateDirectoryW(folder.c_str(), nullptr)) return true;
+    if (CreateOneFolder(folder)) return true;
     const DWORD error = ::GetLastError();
-    const DWORD attributes = ::GetFileAttributesW(folder.c_str());
+    const DWORD attributes = ::GetFileAttributesW(WithExtendedPrefix(folder).c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return true;
     ::SetLastError(error);
     return false;

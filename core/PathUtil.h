@@ -33,7 +33,9 @@ bool IsPlaceholderEntry(unsigned long attributes, unsigned long reparseTag);
 std::wstring WithExtendedPrefix(const std::wstring& path);
 
 // GetLongPathNameW into 260 characters; the input unchanged when that fails.
-std::wstring ToLongPath(std::wstring path);
+// `tooLong`, when given, tells whether it failed because the long form (or
+// the path itself) does not fit in 260 characters.
+std::wstring ToLongPath(std::wstring path, bool* tooLong = nullptr);
 
 // Queries the entry once (FindFirstFileW); false when it cannot be found.
 bool IsCloudPlaceholder(const std::wstring& path);

@@ -12,14 +12,18 @@ namespace {
 
 // Invalid sequences become U+FFFD as the system converter counts them
 // (flags 0, no strict mode).
-bool ConvertUtf8(const char* text, size_t size, std::wstring& out) {
+bool ConvertMultiByte(const char* text, size_t size, std::wstring& out, unsigned codePage) {
     if (size == 0 || size > static_cast<size_t>(std::numeric_limits<int>::max())) return false;
-    const int length = ::MultiByteToWideChar(kCodePageUtf8, 0, text, static_cast<int>(size), nullptr, 0);
+    const int length = ::MultiByteToWideChar(codePage, 0, text, static_cast<int>(size), nullptr, 0);
     if (length <= 0) return false;
     out.clear();
     out.resize(static_cast<size_t>(length));
-    const int written = ::MultiByteToWideChar(kCodePageUtf8, 0, text, static_cast<int>(size), &out[0], length);
+    const int written = ::MultiByteToWideChar(codePage, 0, text, static_cast<int>(size), &out[0], length);
     return written > 0;
+}
+
+bool ConvertUtf8(const char* text, size_t size, std::wstring& out) {
+    return ConvertMultiByte(text, size, out, kCodePageUtf8);
 }
 
 }  // namespace
@@ -52,6 +56,11 @@ std::string WideToUtf8(const std::wstring& in) {
 std::wstring Utf8ToWide(const std::string& in) {
     std::wstring out;
     return Utf8ToWide(in, out) ? out : std::wstring();
+}
+
+std::wstring MultiByteToWide(const std::string& in, unsigned codePage) {
+    std::wstring out;
+    return ConvertMultiByte(in.data(), in.size(), out, codePage) ? out : std::wstring();
 }
 
 std::wstring Utf8ToWide(const char* text, size_t size) {

@@ -22,6 +22,9 @@ bool WideToMultiByte(const std::wstring& in, std::string& out, unsigned codePage
 std::string WideToMultiByte(const std::wstring& in, unsigned codePage);
 std::string WideToUtf8(const std::wstring& in);
 std::wstring Utf8ToWide(const std::string& in);
+// Text in `codePage` as UTF-16, as the system reads it (no strict mode);
+// empty when the conversion fails.
+std::wstring MultiByteToWide(const std::string& in, unsigned codePage);
 
 // `size` bytes of UTF-8 as UTF-16, for text that is not a std::string (a
 // parser's view of its buffer); empty when `size` is 0 or the conversion fails.

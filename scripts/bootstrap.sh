@@ -25,7 +25,7 @@ as_root() {
 
 APT_PACKAGES=(cmake ninja-build make perl tcl xz-utils dpkg-dev ca-certificates
   g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
-  wine wine64 rapidjson-dev
+  wine wine64 rapidjson-dev locales
   clang lld clang-tidy)
 [ "${GRS_WITH_BENCHMARK:-0}" = 1 ] && APT_PACKAGES+=(libsimpleini-dev)
 
@@ -210,7 +210,21 @@ copy_rapidjson() {
   stamp rapidjson "$v"
 }
 
+# Wine takes the ANSI code page from the Unix locale and names files with
+# non-ASCII characters only under a locale that exists: the environment tests
+# run under these three (code pages 1252, 1251 and 936). Made once.
+TEST_LOCALES=(en_US ru_RU zh_CN)
+generate_locales() {
+  local l
+  for l in "${TEST_LOCALES[@]}"; do
+    locale -a 2>/dev/null | grep -qix "$l.utf-\?8" && continue
+    log "locale $l.UTF-8"
+    as_root localedef -i "$l" -c -f UTF-8 -A /usr/share/locale/locale.alias "$l.UTF-8"
+  done
+}
+
 install_tools
+generate_locales
 mkdir -p "$PREFIX" "$SRC"
 copy_rapidjson
 build_jsoncpp

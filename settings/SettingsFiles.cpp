@@ -6,6 +6,7 @@
 
 #include "core/IniFile.h"
 #include "core/TextUtil.h"
+#include "settings/ProfileKeys.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "globalrootservice/ClientInitialize.h"
 
@@ -20,6 +21,15 @@ ClientInitialize& ClientInitialize::operator=(ClientInitialize&&) noexcept {
 namespace grs::settings {
 
 namespace {
+// Results are ignored; a path of 260 characters or more takes the extended form.
+void SetAttributes(const std::wstring& path, DWORD attributes) noexcept {
+    try {
+        ::SetFileAttributesW(WithExtendedPrefix(path).c_str(), attributes);
+    } catch (...) {
+        // Only copying the path can throw; the attribute then stays as it was.
+    }
+}
+
 // The folder directly followed by a backslash and the name: no separator is
 // left out or doubled by a join.
 std::wstring AppDataFile(const wchar_t* name) {
@@ -52,22 +62,30 @@ std::wstring SyncSettingFilePath() {
 }
 
 void MarkChanging(const std::wstring& path) noexcept {
-    ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    SetAttributes(path, FILE_ATTRIBUTE_NORMAL);
 }
 
 void MarkAtRest(const std::wstring& path) noexcept {
-    ::SetFileAttributesW(path.c_str(), kAtRestAttributes);
+    SetAttributes(path, kAtRestAttributes);
 }
 
-unsigned long WriteShowTabBar(bool showTabBar) {
+unsigned long WriteShowTabBar(bool showTabBar, const char* function) {
     std::lock_guard<std::mutex> lock(SettingsLock());
     const std::wstring settingFile = SettingFilePath();
     MarkChanging(settingFile);
-    const BOOL written =
-        ::WritePrivateProfileStringW(kSettingSection, Name(Key::ShowTabBar), FlagValue(Key::ShowTabBar, showTabBar),
-                                     settingFile.c_str());
-    // A failure that sets no error must not read as success.
-    const DWORD error = written ? ERROR_SUCCESS : ::GetLastError() != ERROR_SUCCESS ? ::GetLastError() : ERROR_WRITE_FAULT;
+    DWORD error = ERROR_SUCCESS;
+    if (ProfileFunctionsTake(settingFile, false, kCodePageAnsi)) {
+        const BOOL written =
+            ::WritePrivateProfileStringW(kSettingSection, Name(Key::ShowTabBar), FlagValue(Key::ShowTabBar, showTabBar),
+                                         settingFile.c_str());
+        // A failure that sets no error must not read as success.
+        error = written ? ERROR_SUCCESS : ::GetLastError() != ERROR_SUCCESS ? ::GetLastError() : ERROR_WRITE_FAULT;
+    } else {
+        // A path the profile function cannot take: the same bytes another way.
+        ProfileKeyWriter keys(settingFile, kSettingSection, function);
+        keys.Write(Name(Key::ShowTabBar), FlagValue(Key::ShowTabBar, showTabBar));
+        if (!keys.Finish()) error = keys.Error() != ERROR_SUCCESS ? keys.Error() : ERROR_WRITE_FAULT;
+    }
     MarkAtRest(settingFile);
     return error;
 }

@@ -46,10 +46,11 @@ constexpr unsigned long kAtRestAttributes = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBU
 void MarkChanging(const std::wstring& path) noexcept;
 void MarkAtRest(const std::wstring& path) noexcept;
 
-// Writes "ShowTabBar" into "Setting.ini" through the private-profile
-// functions, under the settings lock and with the usual attribute changes.
-// 0 on success, otherwise the error of the failed write.
-unsigned long WriteShowTabBar(bool showTabBar);
+// Writes "ShowTabBar" into "Setting.ini" as the private-profile functions
+// do (through them where they can take the path), under the settings lock and
+// with the usual attribute changes. 0 on success, otherwise the error of the
+// failed write; the caller logs it, `function` names the operation.
+unsigned long WriteShowTabBar(bool showTabBar, const char* function);
 
 // Logs at severity 5, under `function`, that registering (`open`) or
 // unregistering the start with Windows did not happen: the step and the

@@ -12,7 +12,6 @@
 #include <string>
 
 #include "core/IniFile.h"
-#include "globalrootservice/IniFileHelper.h"
 #include "core/HashUtil.h"
 #include "core/Log.h"
 #include "core/PathUtil.h"
@@ -24,6 +23,7 @@
 #include "globalrootservice/collaborators/AnyHttpLib.h"
 #include "globalrootservice/collaborators/GlobalParamWrapper.h"
 #include "globalrootservice/ClientInitialize.h"
+#include "settings/ProfileKeys.h"
 #include "settings/SettingsFiles.h"
 
 using grs::settings::kSyncSettingSection;
@@ -39,7 +39,6 @@ constexpr char kSaveSyncLcdThumbnailRootFolder[] = "ClientInitialize::SaveSyncLc
 constexpr char kGetBaseUri[] = "ClientInitialize::GetBaseUri";
 
 constexpr DWORD kBaseUriPollMs = 5000;
-constexpr char kSyncSettingSectionA[] = "SyncSetting";
 
 // The cache folder, one backslash unless it already ends in one, and the
 // SHA-256 of the user's id: accounts never share a thumbnail folder.
@@ -136,8 +135,9 @@ void ClientInitialize::CreateSyncSettingFile() {
         const std::wstring path = grs::settings::SyncSettingFilePath();
         if (path.empty()) return;
         if (!grs::PathExists(path)) {
-            grs::UniqueFile created(::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                                                  nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+            grs::UniqueFile created(::CreateFileW(grs::WithExtendedPrefix(path).c_str(), GENERIC_WRITE,
+                                                  FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_NEW,
+                                                  FILE_ATTRIBUTE_NORMAL, nullptr));
         }
 
         GlobalParamWrapper& store = grs::settings::Store();
@@ -145,19 +145,17 @@ void ClientInitialize::CreateSyncSettingFile() {
         const std::wstring root =
             UserCacheRoot(show ? grs::FieldText(show->CacheFolder) : std::wstring(), CurrentUserId());
         grs::settings::MarkChanging(path);
-        IniFileHelper wide(path.c_str(), kSyncSettingSection);
-        // The sync component reads the folders as UTF-8 bytes; the narrow
-        // profile functions want the path in the ANSI code page.
-        const std::string narrowPath = grs::WideToMultiByte(path, grs::kCodePageAnsi);
+        // The sync component reads the folders as UTF-8 bytes, written as the
+        // narrow profile functions write them.
+        grs::settings::ProfileKeyWriter keys(path, kSyncSettingSection, kCreateSyncSettingFile);
         for (const grs::settings::SettingKey& key : grs::settings::SyncSettingKeys()) {
             const std::wstring value = ValueOf(key.source, store, show, root);
-            if (!grs::settings::WrittenAsUtf8(key.source)) {
-                wide.WriteIniKeyValue(key.name, value);
-            } else if (!narrowPath.empty()) {
-                IniFileHelperA narrow(narrowPath.c_str(), kSyncSettingSectionA);
-                narrow.WriteIniKeyValueA(grs::WideToUtf8(key.name), grs::WideToUtf8(value));
-            }
+            if (!grs::settings::WrittenAsUtf8(key.source))
+                keys.Write(key.name, value);
+            else
+                keys.WriteUtf8(key.name, value);
         }
+        keys.Finish();
         grs::settings::MarkAtRest(path);
 
         // The thread owns its copy of the path.
@@ -169,16 +167,19 @@ void ClientInitialize::SyncBaseUri(std::wstring path) {
     grs::settings::Guarded(__LINE__, kSyncBaseUri, [&] {
         // No limit on the attempts: the address arrives whenever route resolution gets to it. COMPAT: no lock, as the
         // client has always run it: a CreateSyncSettingFile at the same moment interleaves, and the last write wins.
+        // A file whose existence cannot be told, or that cannot be read yet, is waited for like a missing one: saving
+        // an empty document over it would lose the user's keys, and giving up would never write the address.
         std::string address;
+        CIniFileW ini;
         for (;;) {
             address = grs::WideToUtf8(grs::settings::Store().GetOperqrtServerIdUrl());
-            if (grs::ProbePath(path) != grs::PathPresence::Missing && !address.empty()) break;
+            if (grs::ProbePath(path) == grs::PathPresence::Present && !address.empty() &&
+                grs::settings::LoadSettingsFile(ini, path, kSyncBaseUri) != grs::settings::Loaded::Unreadable)
+                break;
             grs::log::Error(__LINE__, kSyncBaseUri, "SyncSetting.ini not exist, or reqUri is empty!" + address);
             ::Sleep(kBaseUriPollMs);
         }
 
-        CIniFileW ini;
-        if (grs::settings::LoadSettingsFile(ini, path, kSyncBaseUri) == grs::settings::Loaded::Unreadable) return;
         grs::settings::MarkChanging(path);
         grs::settings::SetValue(ini, grs::settings::SyncKey::BaseUri, grs::Utf8ToWide(address));
         if (!ini.Save(path)) grs::log::Error(__LINE__, kSyncBaseUri, "SyncBaseUri syncSetting file update error!");

@@ -60,6 +60,25 @@ void InsertDefaultNewDownloadFolder(std::vector<PropertyDb::UserProperties>& row
 
 namespace grs {
 
+bool StoreFolder(wchar_t* field, size_t capacity, const std::wstring& path, const wchar_t* what,
+                 const char* function) {
+    if (CopyToField(field, capacity, path)) return true;
+    log::Error(__LINE__, function,
+               std::wstring(what) + L" not stored: " + std::to_wstring(path.size()) + L" characters, the record holds " +
+                   std::to_wstring(capacity - 1) + L": " + path);
+    return false;
+}
+
+std::wstring LongFolderName(const std::wstring& path, const char* function) {
+    bool tooLong = false;
+    std::wstring longPath = ToLongPath(path, &tooLong);
+    if (tooLong)
+        log::Error(__LINE__, function,
+                   L"Long name not looked up, it does not fit in " + std::to_wstring(MAX_PATH) +
+                       L" characters; compared as given: " + path);
+    return longPath;
+}
+
 std::wstring DefaultDownloadsFolder() {
     const std::wstring downloads = GlobalParamWrapper::GetInstance()->GetUserDownloadsPath();
     return downloads.empty() ? ProfileCloudFolder(L"Downloads") : downloads;
@@ -99,7 +118,8 @@ std::vector<st_DriveInfo> EnumerateDrives() {
 void ClientInitialize::SetDefaultDownloadsPath(st_UserPropertiesShow* properties) {
     grs::Guarded(__LINE__, kSetDefaultDownloadsPath, [&] {
         if (properties == nullptr) return;
-        grs::CopyToField(properties->NewDownLoadFolder, grs::DefaultDownloadsFolder());
+        grs::StoreFolder(properties->NewDownLoadFolder, grs::DefaultDownloadsFolder(), L"Download folder",
+                         kSetDefaultDownloadsPath);
     });
 }
 

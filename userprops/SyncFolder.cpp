@@ -75,7 +75,7 @@ bool ClientInitialize::CheckPathInSyncFolder(std::vector<PropertyDb::UserPropert
         std::wstring syncPath;
         for (const PropertyDb::UserProperties& row : properties) {
             if (row.key == L"SyncCloudFolder") {
-                syncPath = grs::ToLongPath(row.value);
+                syncPath = grs::LongFolderName(row.value, kCheckPathInSyncFolder);
                 break;
             }
         }
@@ -89,7 +89,8 @@ bool ClientInitialize::CheckPathInSyncFolder(std::vector<PropertyDb::UserPropert
         for (PropertyDb::UserProperties& row : properties) {
             const bool isCache = row.key == L"CacheFolder";
             const bool isDownload = row.key == L"NewDownLoadFolder" || row.key == L"DownLoadFolder";
-            if (!(isCache || isDownload) || !grs::LiesInSyncFolder(grs::ToLongPath(row.value), syncPath)) continue;
+            if (!(isCache || isDownload)) continue;
+            if (!grs::LiesInSyncFolder(grs::LongFolderName(row.value, kCheckPathInSyncFolder), syncPath)) continue;
             if (isCache) {
                 grs::log::Info(__LINE__, kCheckPathInSyncFolder, L"CopySyncFolderToCache update CacheFolder path");
                 const std::wstring oldCache = row.value;

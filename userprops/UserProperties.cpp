@@ -94,10 +94,12 @@ bool InitializeUserPropertiesFor(bool modernWindows) {
                     DuiLib::CResourceManager::GetInstance()->GetText(L"IDS_MAIN_PAGE_Qirent_Drive", nullptr);
                 const std::wstring path = ToLongPath(parent + (driveName ? driveName : L""));
                 log::Info(__LINE__, kInitializeUserProperties, L"SyncCloudFolder :: " + path);
-                if (!CopyToField(show->SyncCloudFolder, path)) return false;
+                if (!StoreFolder(show->SyncCloudFolder, path, L"SyncCloudFolder", kInitializeUserProperties))
+                    return false;
             }
         }
-        if (!CopyToField(show->CacheFolder, ProfileCloudFolder(L"Cache"))) return false;
+        if (!StoreFolder(show->CacheFolder, ProfileCloudFolder(L"Cache"), L"CacheFolder", kInitializeUserProperties))
+            return false;
         ClientInitialize::SaveUserPropertiesModel();
     }
 
@@ -108,14 +110,16 @@ bool InitializeUserPropertiesFor(bool modernWindows) {
     RepairThreadCount(show->UploadThreadCount, L"UploadThreadCount");
 
     const std::wstring hash = CurrentUserHash();
-    if (!CopyToField(show->UserCacheFolder, FieldText(show->CacheFolder) + L"\\" + hash)) return false;
+    if (!StoreFolder(show->UserCacheFolder, FieldText(show->CacheFolder) + L"\\" + hash, L"UserCacheFolder",
+                     kInitializeUserProperties))
+        return false;
     ConfigEntityManager::GetInstance()->saveCacheDir(hash, FieldText(show->UserCacheFolder));
 
     ClientInitialize::GetSettings();
     ClientInitialize::InstallUpgradeLog();
 
     const bool showTabBar = show->IsSyncSwitchFirstOpen != 0 && show->IsSyncSwitchOpen;
-    if (const unsigned long error = settings::WriteShowTabBar(showTabBar)) {
+    if (const unsigned long error = settings::WriteShowTabBar(showTabBar, kInitializeUserProperties)) {
         log::Error(__LINE__, kInitializeUserProperties,
                    L"TabMainWnd\uFF1ASet ShowTabBar error code " + std::to_wstring(error));
     }

@@ -89,6 +89,21 @@ std::wstring ProfileCloudFolder(const std::wstring& leaf);
 // The user's Downloads folder, or profile\Cloud\Downloads when it is unknown.
 std::wstring DefaultDownloadsFolder();
 
+// Copies a folder into a record field. The record holds 255 characters: a
+// folder that does not fit (a deep profile) is not stored, and a severity-5
+// line under `function` names `what` and the path; false then.
+bool StoreFolder(wchar_t* field, size_t capacity, const std::wstring& path, const wchar_t* what,
+                 const char* function);
+template <size_t N>
+bool StoreFolder(wchar_t (&field)[N], const std::wstring& path, const wchar_t* what, const char* function) {
+    return StoreFolder(field, N, path, what, function);
+}
+
+// The long form of a folder's name (ToLongPath). Where the query's 260
+// characters cannot hold it, the name is used as given, and a severity-5 line
+// under `function` says so with the path.
+std::wstring LongFolderName(const std::wstring& path, const char* function);
+
 // `path` is the folder `syncPath` (given with its trailing separator) or lies in it.
 bool LiesInSyncFolder(const std::wstring& path, const std::wstring& syncPath);
 

@@ -15,6 +15,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "globalrootservice/ClientInitialize.h"
@@ -139,6 +140,9 @@ struct Operation {
     // What else the operation may change, added to the state (property rows,
     // a copied tree).
     std::function<void(FaultPoints&, State&)> observe = nullptr;
+    // The first call made to fail: the calls before it are faults that the
+    // operation waits out (5 s each), tested on their own.
+    long firstFaultPoint = 1;
 };
 
 const std::string kSettings =
@@ -283,7 +287,7 @@ protected:
         std::vector<std::string> problems;
         for (const bool persistent : {false, true}) {
             if (persistent && !operation.persistentMode) continue;
-            for (long failAt = 1; failAt <= kMaxFaultPoints; ++failAt) {
+            for (long failAt = operation.firstFaultPoint; failAt <= kMaxFaultPoints; ++failAt) {
                 const State before = Arrange(operation);
                 ClientStandIn::ClearLogLines();
                 Injector().Arm(failAt, persistent);
@@ -444,7 +448,11 @@ const Operation kOperations[] = {
          WriteSyncFile(test);
          GlobalParamWrapper::GetInstance()->SetOperqrtServerIdUrl(L"https://server-id.example");
      },
-     [](FaultPoints& test) { ClientInitializeTestAccess::SyncBaseUri(test.SyncPath()); }},
+     [](FaultPoints& test) { ClientInitializeTestAccess::SyncBaseUri(test.SyncPath()); },
+     // A fault that never passes keeps the worker waiting for ever, as it must.
+     // The existence test and the read (calls 1 to 6) are waited out, each
+     // costing a poll: BaseUriWorkerWritesOnceAPassingFaultIsGone covers them.
+     /*persistentMode=*/false, nullptr, /*firstFaultPoint=*/7},
     // The worker of the cache move, in the foreground.
     {"CopySyncFolderToCache (the worker, in the foreground)",
      {"ClientInitialize::CopySyncFolderToCache", "ClientInitialize::CheckCacheFile", "ClientInitialize::CopyCacheFile"},
@@ -494,6 +502,33 @@ TEST_P(EachOperation, KeepsItsPromiseAtEveryFaultPoint) {
 
 INSTANTIATE_TEST_SUITE_P(Storage, EachOperation, ::testing::Range<size_t>(0, std::size(kOperations)),
                          [](const ::testing::TestParamInfo<size_t>& info) { return "row" + std::to_string(info.param); });
+
+// The worker waits, logging each attempt, while the file's existence cannot
+// be told or the file cannot be read, and writes "BaseUri" once that passes.
+// Each row costs one poll of the worker (5 s).
+TEST_F(FaultPoints, BaseUriWorkerWritesOnceAPassingFaultIsGone) {
+    const struct {
+        const char* name;
+        long failFrom;  // 1: the existence test; 2: the first call of the read
+    } rows[] = {{"existence cannot be told", 1}, {"file cannot be read", 2}};
+    const std::wstring address = L"https://server-id.example";
+    for (const auto& row : rows) {
+        WriteSyncFile(*this);
+        GlobalParamWrapper::GetInstance()->SetOperqrtServerIdUrl(address);
+        ClientStandIn::ClearLogLines();
+        std::thread worker([this, &row] {
+            Injector().Arm(row.failFrom, /*persistent=*/true);
+            ClientInitializeTestAccess::SyncBaseUri(SyncPath());
+        });
+        // The first attempt has failed once the worker logs that it waits.
+        for (int i = 0; i < 500 && LogLinesOf("ClientInitialize::SyncBaseUri").empty(); ++i) ::Sleep(10);
+        Injector().Disarm();
+        worker.join();
+        EXPECT_FALSE(LogLinesOf("ClientInitialize::SyncBaseUri").empty()) << row.name;
+        EXPECT_EQ(Keys(ReadFileBytes(SyncPath()))["[SyncSetting]/BaseUri"], WideToUtf8(address)) << row.name;
+        EXPECT_EQ(Keys(ReadFileBytes(SyncPath()))["[SyncSetting]/UserKey"], "kept") << row.name;
+    }
+}
 
 // The server address file: read only, so what must hold is that a file that
 // is there but cannot be read is reported with its error.

@@ -230,6 +230,23 @@ TEST_F(UserPropsStart, CacheInsideSyncFolderMovesAndItsThumbnailsFollow) {
     EXPECT_EQ(grs::test::ReadFileBytes(newThumbs + L"\\LcdSyncThumbnailFile\\2.jpg"), "two");
 }
 
+// A sync folder deeper than the long-name query's 260 characters: compared as
+// given, and said so; the cache inside it still moves out.
+TEST_F(UserPropsStart, DeepSyncFolderIsComparedAsGivenAndSaidSo) {
+    const std::wstring sync = sandbox.Root() / (std::wstring(130, L's') + L"\\" + std::wstring(130, L't'));
+    grs::test::CreateFolderTree(L"\\\\?\\" + sync + L"\\Cache");
+    Seed({{L"SyncCloudFolder", sync}, {L"CacheFolder", sync + L"\\Cache"}, {L"IsOpenDownloadWnd", L"0"}});
+
+    ASSERT_TRUE(ClientInitialize::InitializeUserProperties());
+    EXPECT_EQ(std::wstring(Show().CacheFolder), Profile(L"Cloud\\Cache"));
+    bool said = false;
+    for (const auto& line : grs::test::LogLinesOf("ClientInitialize::CheckPathInSyncFolder"))
+        said = said || (line.severity == 5 && line.message.find(L"Long name not looked up") != std::wstring::npos &&
+                        line.message.find(sync) != std::wstring::npos);
+    EXPECT_TRUE(said);
+    WaitForCopyEnd();
+}
+
 TEST_F(UserPropsStart, CacheCopyTakesSmallFilesAndGoesOnAfterAFailure) {
     const std::wstring hash = Hash("user-1");
     const std::wstring source = sandbox.Root() / L"Old", destination = sandbox.Root() / L"New";

@@ -26,7 +26,8 @@ set(GRS_RULES_SOURCES
     ${GRS_SOURCE_ROOT}/serverconfig/ServerRegion.cpp
     ${GRS_SOURCE_ROOT}/route/RouteDetail.cpp
     ${GRS_SOURCE_ROOT}/route/RouteKeys.cpp
-    ${GRS_SOURCE_ROOT}/settings/SettingRules.cpp)
+    ${GRS_SOURCE_ROOT}/settings/SettingRules.cpp
+    ${GRS_SOURCE_ROOT}/settings/ProfileText.cpp)
 
 # What the inspection needs of the layers beside the rules: the settings
 # document's file edge and the route record's JSON form. Compiled once too
@@ -60,7 +61,7 @@ set(GRS_UNIT_PATHS_rules core/IniFile.h core/IniFile.cpp core/IniText.h serverco
                          serverconfig/RegionJson.h serverconfig/RegionJson.cpp serverconfig/ServerRegion.h
                          serverconfig/ServerRegion.cpp include/globalrootservice/ServiceAddressEnum.h
                          route/RouteDetail.h route/RouteDetail.cpp route/RouteKeys.h route/RouteKeys.cpp
-                         settings/SettingRules.h settings/SettingRules.cpp)
+                         settings/SettingRules.h settings/ProfileText.h settings/ProfileText.cpp settings/SettingRules.cpp)
 set(GRS_UNIT_PATHS_core core include/globalrootservice/GlobalRootServiceExport.h
                         include/globalrootservice/IniFileHelper.h)
 set(GRS_UNIT_PATHS_serverconfig serverconfig include/globalrootservice/ServerConfigHelper.h

@@ -17,6 +17,7 @@
 #include "inspect/Repair.h"
 #include "route/RouteDetail.h"
 #include "serverconfig/ServerRegion.h"
+#include "settings/ProfileText.h"
 #include "settings/SettingRules.h"
 
 namespace inspect {
@@ -122,23 +123,6 @@ RunValueSnapshot ReadRunValue(const std::wstring& keyPath) {
     return run;
 }
 
-// Whether the ANSI code page spells `text` exactly: no default character, no
-// best-fit stand-in ("u" for "\u00fc"), the same text back.
-bool SpelledInAnsi(const std::wstring& text) {
-    if (text.empty()) return true;
-    const int units = static_cast<int>(text.size());
-    BOOL lossy = FALSE;
-    const int length =
-        ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), units, nullptr, 0, nullptr, &lossy);
-    if (length <= 0 || lossy) return false;
-    std::string bytes(static_cast<size_t>(length), '\0');
-    ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), units, &bytes[0], length, nullptr, &lossy);
-    const int back = ::MultiByteToWideChar(CP_ACP, 0, bytes.data(), length, nullptr, 0);
-    std::wstring again(static_cast<size_t>(back > 0 ? back : 0), L'\0');
-    if (back > 0) ::MultiByteToWideChar(CP_ACP, 0, bytes.data(), length, &again[0], back);
-    return !lossy && again == text;
-}
-
 bool IsFile(const std::wstring& path) {
     const DWORD attributes = ::GetFileAttributesW(grs::WithExtendedPrefix(path).c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
@@ -151,7 +135,7 @@ Snapshot TakeSnapshot(const Request& request) {
     snapshot.appData = FullPath(request.appData);
     snapshot.appDataIsFolder = IsFolder(snapshot.appData);
     snapshot.ansiCodePage = ::GetACP();
-    snapshot.appDataSpellable = SpelledInAnsi(snapshot.appData);
+    snapshot.appDataSpellable = grs::settings::SpelledIn(snapshot.appData, snapshot.ansiCodePage);
     if (snapshot.appDataIsFolder) {
         snapshot.setting = ReadSnapshotFile(grs::PathJoin(snapshot.appData, grs::settings::kSettingFileName));
         snapshot.syncSetting = ReadSnapshotFile(grs::PathJoin(snapshot.appData, grs::settings::kSyncSettingFileName));

@@ -11,6 +11,7 @@
 #include "core/TextUtil.h"
 #include "inspect/IniDiagnosis.h"
 #include "inspect/InspectDetail.h"
+#include "settings/ProfileText.h"
 #include "settings/SettingRules.h"
 
 namespace inspect {
@@ -407,10 +408,10 @@ std::vector<Finding> InspectProfilePath(const Snapshot& snapshot) {
     for (const SettingKey& key : readings::SyncSettingKeys())
         if (readings::WrittenAsUtf8(key.source)) narrow.push_back(key.name);
     const std::wstring file = grs::PathJoin(snapshot.appData, readings::kSyncSettingFileName);
-    if (file.size() >= MAX_PATH) {
+    if (file.size() >= grs::settings::kProfilePathLimit) {
         findings.Add(Code::ProfilePathLong, "[folder]", Severity::Note,
                      "the settings file's path is " + std::to_string(file.size()) + " characters, " +
-                         std::to_string(MAX_PATH) +
+                         std::to_string(grs::settings::kProfilePathLimit) +
                          " or more, where the profile functions stop: this client writes every key of the file "
                          "through its own document instead, and logs at severity 5 what the long-name query of "
                          "the user-property steps cannot do");

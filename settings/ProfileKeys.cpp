@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <cwchar>
-#include <string_view>
 #include <utility>
 
 #include "core/FileIo.h"
@@ -15,102 +13,7 @@
 
 namespace grs::settings {
 
-namespace {
-
-constexpr wchar_t kExtendedPrefix[] = L"\\\\?\\";
-constexpr size_t kProfilePathLimit = MAX_PATH;
-
-// The edit itself, over text in the file's own code units. `toWide` reads a
-// name in the file's encoding, for the comparison without regard to case.
-template <typename Char, typename ToWide>
-std::basic_string<Char> EditText(std::basic_string<Char> text, const std::basic_string<Char>& section,
-                                 const std::basic_string<Char>& key, const std::basic_string<Char>& value,
-                                 ToWide toWide) {
-    using String = std::basic_string<Char>;
-    using View = std::basic_string_view<Char>;
-    const String crlf{Char('\r'), Char('\n')};
-    const auto sameName = [&toWide](View name, const std::wstring& wanted) {
-        return ::_wcsicmp(toWide(String(ini::TrimBlanks(name))).c_str(), wanted.c_str()) == 0;
-    };
-    const std::wstring wideSection = toWide(section);
-    const std::wstring wideKey = toWide(key);
-    bool inSection = false;
-    bool sectionFound = false;
-    size_t insertAt = text.size();  // after the last line of the section that is not blank
-    size_t position = 0;
-    while (position < text.size()) {
-        size_t end = text.find(Char('\n'), position);
-        const bool terminated = end != String::npos;
-        if (!terminated) end = text.size();
-        const size_t next = terminated ? end + 1 : end;
-        const ini::Line<Char> line = ini::ClassifyLine(View(text).substr(position, end - position));
-        if (line.kind == ini::LineKind::Section) {
-            if (inSection) break;
-            inSection = sameName(line.name, wideSection);
-            if (inSection) {
-                sectionFound = true;
-                insertAt = next;
-            }
-        } else if (inSection && line.kind == ini::LineKind::Key && sameName(line.name, wideKey)) {
-            // The key keeps the spelling it has in the file.
-            const size_t nameEnd =
-                static_cast<size_t>(line.name.data() - text.data()) + ini::TrimBlanks(line.name).size();
-            size_t lineEnd = end;
-            while (lineEnd > nameEnd && ini::IsLineBreak(text[lineEnd - 1])) --lineEnd;
-            text.replace(nameEnd, lineEnd - nameEnd, Char('=') + value);
-            return text;
-        } else if (inSection && line.kind != ini::LineKind::Blank) {
-            insertAt = next;
-        }
-        position = next;
-    }
-    String added;
-    // A last line without its line break gets one before anything follows it.
-    if (insertAt > 0 && text[insertAt - 1] == Char('\r')) added += Char('\n');
-    else if (insertAt > 0 && text[insertAt - 1] != Char('\n')) added += crlf;
-    if (!sectionFound) added += Char('[') + section + Char(']') + crlf;
-    added += key + Char('=') + value + crlf;
-    text.insert(insertAt, added);
-    return text;
-}
-
-bool StartsWith(const std::string& bytes, const char* prefix) {
-    return bytes.compare(0, std::char_traits<char>::length(prefix), prefix) == 0;
-}
-
-}  // namespace
-
-bool ProfileFunctionsTake(const std::wstring& path, bool narrowPath, unsigned codePage) {
-    if (path.empty() || path.size() >= kProfilePathLimit || path.compare(0, 4, kExtendedPrefix) == 0) return false;
-    if (!narrowPath) return true;
-    return MultiByteToWide(WideToMultiByte(path, codePage), codePage) == path;
-}
-
-std::string WithProfileKey(const std::string& fileBytes, const std::wstring& section, const std::wstring& key,
-                           const std::wstring& value, unsigned codePage) {
-    if (StartsWith(fileBytes, "\xFF\xFE")) {
-        std::wstring text((fileBytes.size() - 2) / 2, L'\0');
-        for (size_t i = 0; i < text.size(); ++i)
-            text[i] = static_cast<wchar_t>(static_cast<unsigned char>(fileBytes[2 + 2 * i]) |
-                                           static_cast<unsigned char>(fileBytes[3 + 2 * i]) << 8);
-        text = EditText(std::move(text), section, key, value, [](const std::wstring& name) { return name; });
-        std::string bytes = "\xFF\xFE";
-        for (wchar_t unit : text) {
-            bytes += static_cast<char>(unit & 0xFF);
-            bytes += static_cast<char>((unit >> 8) & 0xFF);
-        }
-        return bytes;
-    }
-    const bool utf8 = StartsWith(fileBytes, "\xEF\xBB\xBF");
-    const unsigned fileCodePage = utf8 ? kCodePageUtf8 : codePage;
-    const size_t textAt = utf8 ? 3 : 0;
-    // What the code page cannot carry becomes its default character, as the profile functions write it.
-    std::string text = EditText(
-        fileBytes.substr(textAt), WideToMultiByte(section, fileCodePage), WideToMultiByte(key, fileCodePage),
-        WideToMultiByte(value, fileCodePage),
-        [fileCodePage](const std::string& name) { return MultiByteToWide(name, fileCodePage); });
-    return fileBytes.substr(0, textAt) + text;
-}
+static_assert(kProfilePathLimit == MAX_PATH, "the profile functions' path limit");
 
 ProfileKeyWriter::ProfileKeyWriter(std::wstring path, const wchar_t* section, const char* function)
     : m_path(std::move(path)),

@@ -10,24 +10,11 @@
 #include <string>
 
 #include "core/IniFile.h"
+#include "settings/ProfileText.h"
 
 class IniFileHelper;
 
 namespace grs::settings {
-
-// Whether the private-profile functions can take `path`: shorter than 260
-// characters, not in the extended "\\?\" form, and, for the narrow functions
-// (`narrowPath`), spelt in `codePage` so that it converts back to the same
-// text (no default character, no best-fit substitute such as "u" for "ü").
-bool ProfileFunctionsTake(const std::wstring& path, bool narrowPath, unsigned codePage);
-
-// A file's bytes after WritePrivateProfileString(section, key, value) as the
-// system does it: a file with a UTF-16LE or UTF-8 byte-order mark keeps its
-// encoding, any other is text in `codePage`; an existing key (names compared
-// without regard to case) gets the new value, a new key follows the last
-// line of its section, a new section goes at the end; lines end in CRLF.
-std::string WithProfileKey(const std::string& fileBytes, const std::wstring& section, const std::wstring& key,
-                           const std::wstring& value, unsigned codePage);
 
 // Writes the keys of one section of one file, in order, through the profile
 // accessors or, where they cannot take the path, into the file's content,

@@ -4,6 +4,7 @@
 # the clone. A prefix whose recorded versions match is reused as it is.
 #
 #   scripts/bootstrap.sh            print the prefix path on the last line
+#   GRS_TOOLS_ONLY=1                install the tools only (the native fuzz build)
 #   GRS_DEPS_CACHE=/some/dir        where the prefix and sources are kept
 #                                   (default: ~/.cache/globalrootservice)
 set -euo pipefail
@@ -26,7 +27,8 @@ as_root() {
 APT_PACKAGES=(cmake ninja-build make perl tcl xz-utils dpkg-dev ca-certificates
   g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
   wine wine64 rapidjson-dev
-  clang lld clang-tidy)
+  clang lld clang-tidy
+  libclang-rt-14-dev libjsoncpp-dev)  # the native fuzz build: libFuzzer, jsoncpp for Linux
 [ "${GRS_WITH_BENCHMARK:-0}" = 1 ] && APT_PACKAGES+=(libsimpleini-dev)
 
 install_tools() {
@@ -187,6 +189,7 @@ copy_rapidjson() {
 }
 
 install_tools
+[ "${GRS_TOOLS_ONLY:-0}" = 1 ] && exit 0
 mkdir -p "$PREFIX" "$SRC"
 copy_rapidjson
 build_jsoncpp

@@ -6,6 +6,8 @@
 #include <atomic>
 #include <cstring>
 #include <cwchar>
+#include <mutex>
+#include <set>
 #include <vector>
 
 #include "core/PathUtil.h"
@@ -99,6 +101,38 @@ void RemoveStaleTemporaries(const std::wstring& target, const std::wstring& keep
     } while (::FindNextFileW(find.get(), &entry));
 }
 
+// Stray temporary files come from a save killed in an earlier process, or
+// from a save in this one that could not remove its own. So each target is
+// swept once per process, and again after a save of it that failed or left
+// its file: looking for them costs more than the rest of a small save.
+// Targets are told apart as the file system does, without regard to case.
+class SweptTargets {
+public:
+    // True the first time for `target`, and after Forget: the caller sweeps.
+    bool First(const std::wstring& target) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_swept.insert(target).second;
+    }
+    void Forget(const std::wstring& target) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_swept.erase(target);
+    }
+
+private:
+    struct NoCaseLess {
+        bool operator()(const std::wstring& a, const std::wstring& b) const {
+            return ::_wcsicmp(a.c_str(), b.c_str()) < 0;
+        }
+    };
+    std::mutex m_mutex;  // saves of different files run on different threads
+    std::set<std::wstring, NoCaseLess> m_swept;
+};
+
+SweptTargets& Swept() {
+    static SweptTargets swept;
+    return swept;
+}
+
 bool WriteAll(HANDLE file, const std::string& bytes) {
     size_t offset = 0;
     while (offset < bytes.size()) {
@@ -162,14 +196,13 @@ public:
         // does not): such a leftover is then handled like a busy one.
         m_file = Open(CREATE_ALWAYS);
         const DWORD error = ::GetLastError();
-        if (m_file) {
-            // Left by a killed save, or by a failed one that could not remove
-            // its file, under this name or a unique one.
-            RemoveStaleTemporaries(target, m_path);
-            return true;
-        }
-        if (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED) return false;
-        RemoveStaleTemporaries(target, m_path);
+        const bool busy = !m_file;
+        if (busy && error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED) return false;
+        // Left by a killed save, or by a failed one that could not remove its
+        // file, under this name or a unique one. A busy file may be such a
+        // leftover (hidden, or held by a dying process): swept whenever seen.
+        if (Swept().First(target) || busy) RemoveStaleTemporaries(target, m_path);
+        if (!busy) return true;
         m_path = UniqueTemporaryPath(target);
         m_file = Open(CREATE_NEW);
         return m_file.valid();
@@ -255,11 +288,7 @@ SaveResult RewriteInPlace(const std::wstring& path, const std::string& bytes) {
     return SaveResult();
 }
 
-}  // namespace
-
-SaveResult ReplaceFileContent(const std::wstring& target, const std::string& bytes) {
-    // The temporary file and every call below take the extended form of a long path.
-    const std::wstring path = WithExtendedPrefix(target);
+SaveResult SaveThroughTemporary(const std::wstring& path, const std::string& bytes) {
     // Windows refuses to replace a read-only file; say so up front so that
     // the behaviour does not depend on the file system's rename.
     const DWORD attributes = ::GetFileAttributesW(path.c_str());
@@ -284,8 +313,23 @@ SaveResult ReplaceFileContent(const std::wstring& target, const std::string& byt
     return result;
 }
 
+}  // namespace
+
+SaveResult ReplaceFileContent(const std::wstring& target, const std::string& bytes) {
+    // The temporary file, every call and the memory of swept files take the
+    // extended form of a long path.
+    const std::wstring path = WithExtendedPrefix(target);
+    SaveResult result = SaveThroughTemporary(path, bytes);
+    // Whatever this save left, the next one looks for.
+    if (!result.Succeeded() || !result.temporaryLeft.empty()) Swept().Forget(path);
+    return result;
+}
+
 void RemoveLeftTemporaries(const std::wstring& path) {
-    RemoveStaleTemporaries(WithExtendedPrefix(path), std::wstring());
+    // The temporary file, every call and the memory of swept files take the
+    // extended form of a long path.
+    const std::wstring target = WithExtendedPrefix(path);
+    if (Swept().First(target)) RemoveStaleTemporaries(target, std::wstring());
 }
 
 }  // namespace grs

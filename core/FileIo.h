@@ -8,7 +8,8 @@
 // - After an application crash (the process killed at any moment) the target
 //   holds its old content or its new content, whole, and at most one
 //   temporary file is left beside it, under a name derived from the target
-//   that the next save reuses.
+//   that the next save reuses. The first save of a target in a process (and
+//   the next after one that failed or left its file) removes such leftovers.
 // - After a system crash the same holds on a journalling file system (NTFS):
 //   the new content reaches the disk before it replaces the old, so a lost
 //   power leaves the old or the new file; the last save may be lost.
@@ -84,7 +85,8 @@ struct SaveResult {
 [[nodiscard]] SaveResult ReplaceFileContent(const std::wstring& path, const std::string& bytes);
 
 // Removes the temporary files that earlier saves of `path` left behind
-// ("<path>~*.tmp"), for a save that finds nothing to write. A save running
+// ("<path>~*.tmp"), for a save that finds nothing to write; as a save does,
+// only the first time in this process or after a save that left one. A save running
 // elsewhere holds its own without sharing, so it is never taken away.
 void RemoveLeftTemporaries(const std::wstring& path);
 

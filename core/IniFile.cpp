@@ -50,18 +50,25 @@ bool DecodeBytes(unsigned codePage, DWORD flags, const char* data, size_t size, 
     return true;
 }
 
-// UTF-16LE, two bytes per code unit: a wchar_t is one UTF-16 unit on Windows.
-static_assert(sizeof(wchar_t) == 2, "wchar_t is a UTF-16 code unit");
-
+// UTF-16LE, two bytes per code unit, moved one char16_t at a time: a
+// wchar_t holds one unit whatever its width (two bytes on Windows, four in
+// the native fuzz build). Hosts are little-endian, as the file is.
 std::wstring FromUtf16Le(const char* data, size_t units) {
     std::wstring text(units, L'\0');
-    if (units != 0) std::memcpy(&text[0], data, units * 2);
+    for (size_t i = 0; i < units; ++i) {
+        char16_t unit = 0;
+        std::memcpy(&unit, data + 2 * i, 2);
+        text[i] = static_cast<wchar_t>(unit);
+    }
     return text;
 }
 
 std::string ToUtf16Le(const std::wstring& text) {
     std::string bytes(text.size() * 2, '\0');
-    if (!text.empty()) std::memcpy(&bytes[0], text.data(), text.size() * 2);
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char16_t unit = static_cast<char16_t>(text[i]);
+        std::memcpy(&bytes[2 * i], &unit, 2);
+    }
     return bytes;
 }
 

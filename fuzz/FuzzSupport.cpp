@@ -55,4 +55,6 @@ const char* SaveStepName(SaveStep) {
     return "fuzz";
 }
 
+void RemoveLeftTemporaries(const std::wstring&) {}
+
 }  // namespace grs

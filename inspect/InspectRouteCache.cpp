@@ -42,14 +42,18 @@ std::string Duration(long long seconds) {
 
 // Why the route service's JSON reader refuses the text, on one line; empty
 // when it takes it.
-std::string JsonError(const std::string& text) {
+// The reader's complaint about `text`, empty when it is JSON; `tooDeep` when
+// the reader gave up at its stack limit (the library then fails the answer).
+std::string JsonError(const std::string& text, bool& tooDeep) {
     Json::Reader reader;
     Json::Value root;
     std::string errors;
+    tooDeep = false;
     try {
         if (reader.parse(text.data(), text.data() + text.size(), root, /*collectComments=*/true)) return std::string();
         errors = reader.getFormattedErrorMessages();
     } catch (const std::exception& e) {
+        tooDeep = true;
         errors = e.what();
     }
     for (char& c : errors)
@@ -165,13 +169,13 @@ std::vector<Finding> InspectRouteCache(const Snapshot& snapshot, const Context& 
                      "empty: no cached route, the next start asks the routing servers");
         return findings.Take();
     }
-    // The reader recurses per level: hostile nesting is refused before it.
-    if (grs::route::JsonNestsDeeperThan(text, grs::route::kMaxJsonNesting)) {
+    bool tooDeep = false;
+    const std::string jsonError = JsonError(text, tooDeep);
+    if (tooDeep) {
         findings.Add(Code::RouteCacheUnreadable, "[file]", Severity::Warning,
                      "nested deeper than any route record: read as a failed answer, never applied");
         return findings.Take();
     }
-    const std::string jsonError = JsonError(text);
     if (!jsonError.empty()) {
         findings.Add(Code::RouteCacheUnreadable, "[file]", Severity::Warning,
                      Shown(jsonError) + ": read as a record without services, which is never applied");

@@ -21,17 +21,10 @@ using ServiceGroups = std::map<std::wstring, std::map<std::wstring, std::wstring
 // service key -> address, both viewing the strings of the groups flattened
 using RouteTable = std::map<std::wstring_view, std::wstring_view>;
 
-// A route answer is three levels deep. Anything much deeper is hostile, and the
-// JSON reader recurses once per level, so such text is refused before parsing.
-constexpr size_t kMaxJsonNesting = 64;
-
-// True when arrays and objects nest deeper than `limit` anywhere in `text`
-// (brackets inside strings and comments do not count).
-bool JsonNestsDeeperThan(const std::string& text, size_t limit);
-
 // The record's JSON form (Zorvane::GetDeserialize and SerializeZRV), kept free
 // of the singleton so that it can be checked on its own. ReadRouteRecord
-// allocates the record when it is null and never throws.
+// allocates the record when it is null and never throws: text nested deeper
+// than the JSON reader's stack limit is a failed answer, logged at this edge.
 bool ReadRouteRecord(st_ZRVInfo*& record, const std::string& json);
 std::string WriteRouteRecord(const st_ZRVInfo& record);
 

@@ -2,12 +2,9 @@
 // collaborator, no file, no clock.
 #include <json/json.h>
 
-#include <cstring>
 #include <optional>
-#include <string_view>
 
 #include "core/Guarded.h"
-#include "core/Log.h"
 #include "core/TextUtil.h"
 #include "route/RouteDetail.h"
 #include "globalrootservice/ZRVInfo.h"
@@ -79,10 +76,8 @@ bool ReadRouteRecord(st_ZRVInfo*& record, const std::string& json) {
     const std::optional<bool> read =
         grs::Guarded(__LINE__, kGetDeserialize, std::optional<bool>(), [&]() -> std::optional<bool> {
             if (record == nullptr) record = new st_ZRVInfo();
-            if (JsonNestsDeeperThan(json, kMaxJsonNesting)) {
-                grs::log::Exception(__LINE__, kGetDeserialize, "route text nests too deep");
-                return std::nullopt;
-            }
+            // Text nested deeper than the reader's own stack limit (a route
+            // answer is three levels deep) throws, and fails at this edge.
             Json::Reader reader;
             Json::Value root;
             if (!reader.parse(json.data(), json.data() + json.size(), root, /*collectComments=*/true)) {
@@ -99,42 +94,6 @@ bool ReadRouteRecord(st_ZRVInfo*& record, const std::string& json) {
     if (record != nullptr) {
         record->isSuccess = 0;
         record->services.clear();
-    }
-    return false;
-}
-
-bool JsonNestsDeeperThan(const std::string& text, size_t limit) {
-    // Runs over every route text before it is parsed: strings, most of the
-    // text, are crossed with memchr rather than byte by byte.
-    const std::string_view all(text);
-    size_t depth = 0;
-    size_t i = 0;
-    while (i < all.size()) {
-        const char c = all[i++];
-        if (c == '"') {
-            // The closing quote is the first one after an even run of
-            // backslashes (each backslash escapes the character after it).
-            for (;;) {
-                const void* found = std::memchr(all.data() + i, '"', all.size() - i);
-                if (found == nullptr) return false;
-                const size_t quote = static_cast<size_t>(static_cast<const char*>(found) - all.data());
-                size_t backslashes = 0;
-                while (quote - backslashes > i && all[quote - backslashes - 1] == '\\') ++backslashes;
-                i = quote + 1;
-                if (backslashes % 2 == 0) break;
-            }
-        } else if (c == '/' && i < all.size() && all[i] == '/') {
-            i = all.find('\n', i);
-            if (i == std::string_view::npos) return false;
-        } else if (c == '/' && i < all.size() && all[i] == '*') {
-            i = all.find("*/", i + 1);
-            if (i == std::string_view::npos) return false;
-            i += 2;
-        } else if (c == '[' || c == '{') {
-            if (++depth > limit) return true;
-        } else if ((c == ']' || c == '}') && depth > 0) {
-            --depth;
-        }
     }
     return false;
 }

@@ -4,6 +4,7 @@
 # the clone. A prefix whose recorded versions match is reused as it is.
 #
 #   scripts/bootstrap.sh            print the prefix path on the last line
+#   GRS_TOOLS_ONLY=1                install the tools only (the native fuzz build)
 #   GRS_DEPS_CACHE=/some/dir        where the prefix and sources are kept
 #                                   (default: ~/.cache/globalrootservice)
 set -euo pipefail
@@ -25,8 +26,9 @@ as_root() {
 
 APT_PACKAGES=(cmake ninja-build make perl tcl xz-utils dpkg-dev ca-certificates
   g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
-  wine wine64 rapidjson-dev locales
-  clang lld clang-tidy)
+  wine wine64 rapidjson-dev locales python3
+  clang lld clang-tidy
+  libclang-rt-14-dev libjsoncpp-dev)  # the native fuzz build: libFuzzer, jsoncpp for Linux
 [ "${GRS_WITH_BENCHMARK:-0}" = 1 ] && APT_PACKAGES+=(libsimpleini-dev)
 
 install_tools() {
@@ -225,6 +227,7 @@ generate_locales() {
 
 install_tools
 generate_locales
+[ "${GRS_TOOLS_ONLY:-0}" = 1 ] && exit 0
 mkdir -p "$PREFIX" "$SRC"
 copy_rapidjson
 build_jsoncpp

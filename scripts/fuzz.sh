@@ -4,7 +4,7 @@
 # when a target finds a crash or a broken invariant; the input that did it is
 # left in the build folder (crash-*, leak-*, timeout-*).
 #
-#   scripts/fuzz.sh                 every target, 60 s each
+#   scripts/fuzz.sh                 every target (fuzz/*Fuzz.cpp), 60 s each
 #   scripts/fuzz.sh 300 RegionFuzz  one target, 300 s
 #   GRS_FUZZ_BUILD=dir              build folder (default: build-fuzz)
 set -euo pipefail
@@ -12,27 +12,18 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 SECONDS_EACH=${1:-60}
 shift || true
 TARGETS=("$@")
-[ "${#TARGETS[@]}" -gt 0 ] || TARGETS=(IniDocumentFuzz SettingsFileFuzz DecimalFuzz RouteCacheFuzz RegionFuzz)
 BUILD=${GRS_FUZZ_BUILD:-$ROOT/build-fuzz}
 case "$BUILD" in /*) ;; *) BUILD="$ROOT/$BUILD" ;; esac
 
 log() { printf '[fuzz] %s\n' "$*" >&2; }
-as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
 
-# libFuzzer comes with clang's runtime package on Debian 12.
-PACKAGES=(clang libclang-rt-14-dev cmake ninja-build libjsoncpp-dev rapidjson-dev)
-missing=()
-for p in "${PACKAGES[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
-done
-if [ "${#missing[@]}" -gt 0 ]; then
-  log "apt: ${missing[*]}"
-  as_root apt-get update -qq
-  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
-fi
+# clang, libFuzzer (clang's runtime package), jsoncpp and rapidjson for Linux:
+# on bootstrap.sh's list of tools.
+GRS_TOOLS_ONLY=1 "$ROOT/scripts/bootstrap.sh" >/dev/null
 
 CXX=clang++ cmake -S "$ROOT/fuzz" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build "$BUILD" -j "$(nproc 2>/dev/null || echo 2)"
+cmake --build "$BUILD" -j "$(nproc 2>/dev/null || echo 2)" >&2
+[ "${#TARGETS[@]}" -gt 0 ] || mapfile -t TARGETS <"$BUILD/fuzz-targets.txt"
 
 failed=()
 for target in "${TARGETS[@]}"; do

@@ -7,6 +7,8 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "core/FileIo.h"
 #include "core/UniqueResource.h"
@@ -61,9 +63,8 @@ TEST(ReadWholeFile, SaysWhyNothingWasRead) {
 // another handle holds the target), or the old content and the failed step;
 // never a temporary file, except one that another save still holds.
 TEST(ReplaceFileContent, ArrivesWhateverHoldsTheTargetAndLeavesNoTemporaryFile) {
-    TempFolder folder;
-    const std::wstring target = folder / L"Setting.ini";
-    const std::wstring shared = target + L"~.tmp";
+    // A fresh folder per row: leftovers are looked for at a file's first save in a process.
+    std::wstring target, shared;
     const auto none = [] { return grs::UniqueFile(); };
     const struct {
         const char* name;
@@ -116,6 +117,9 @@ TEST(ReplaceFileContent, ArrivesWhateverHoldsTheTargetAndLeavesNoTemporaryFile) 
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
+        const TempFolder folder;
+        target = folder / L"Setting.ini";
+        shared = target + L"~.tmp";
         ASSERT_TRUE(WriteFileBytes(target, "old content"));
         grs::SaveResult saved;
         {
@@ -132,6 +136,23 @@ TEST(ReplaceFileContent, ArrivesWhateverHoldsTheTargetAndLeavesNoTemporaryFile) 
         EXPECT_EQ(others, c.others);
         ::DeleteFileW(shared.c_str());
     }
+}
+
+// Threads saving files of their own, each over the leftovers of a killed
+// save: each file's own first save removes them, whatever the others do.
+TEST(ReplaceFileContent, EachFileLosesItsLeftoversAtItsFirstSave) {
+    constexpr int kThreads = 4;
+    TempFolder folders[kThreads];
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        const std::wstring target = folders[t] / L"Setting.ini";
+        ASSERT_TRUE(WriteFileBytes(target + L"~.tmp", "half") && WriteFileBytes(target + L"~9-1.tmp", "half"));
+        threads.emplace_back([target] {
+            for (int i = 0; i < 20; ++i) EXPECT_TRUE(grs::ReplaceFileContent(target, std::to_string(i)).Succeeded());
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (const TempFolder& folder : folders) EXPECT_EQ(grs::test::FileNames(folder.Path()), std::set<std::wstring>{L"Setting.ini"});
 }
 
 }  // namespace

@@ -500,8 +500,22 @@ TEST_P(EachOperation, KeepsItsPromiseAtEveryFaultPoint) {
     RunAtEveryFaultPoint(kOperations[GetParam()]);
 }
 
-INSTANTIATE_TEST_SUITE_P(Storage, EachOperation, ::testing::Range<size_t>(0, std::size(kOperations)),
-                         [](const ::testing::TestParamInfo<size_t>& info) { return "row" + std::to_string(info.param); });
+// Each row is named after its operation ("CreateSettingFile_no_file_yet"),
+// so that a filter or a failure names what it runs.
+std::string RowName(const ::testing::TestParamInfo<size_t>& info) {
+    std::string name;
+    for (const char* c = kOperations[info.param].name; *c != '\0'; ++c) {
+        const bool word = (*c >= 'A' && *c <= 'Z') || (*c >= 'a' && *c <= 'z') || (*c >= '0' && *c <= '9');
+        if (word)
+            name += *c;
+        else if (!name.empty() && name.back() != '_')
+            name += '_';
+    }
+    while (!name.empty() && name.back() == '_') name.pop_back();
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Storage, EachOperation, ::testing::Range<size_t>(0, std::size(kOperations)), RowName);
 
 // The worker waits, logging each attempt, while the file's existence cannot
 // be told or the file cannot be read, and writes "BaseUri" once that passes.

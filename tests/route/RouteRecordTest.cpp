@@ -101,28 +101,6 @@ TEST(RouteRecord, WrittenAsOneSortedLine) {
               "\"services\":{\"empty\":null,\"pkg\":{\"cas\":\"\\u4e2d\",\"portal\":\"https://p/\"}}}");
 }
 
-TEST(RouteRules, NestingIsCountedOutsideStringsAndComments) {
-    const std::string deep = std::string(3, '[') + std::string(3, ']');
-    const struct {
-        std::string text;
-        bool deeper;  // than 2 levels
-    } cases[] = {
-        {"[[]]", false},
-        {deep, true},
-        {"[[ \"[[[\" ]]", false},
-        {"[[ \"\\\"[[[\" ]]", false},    // an escaped quote does not end the string
-        {"[[ \"\\\\\" [ ]]", true},      // an escaped backslash does
-        {"[[ \"\\\\\\\"[\" ]]", false},  // three backslashes, then an escaped quote
-        {"[[ // [[[\n ]]", false},
-        {"[[ /* [[[ */ ]]", false},
-        {"[[ /*/ [ */ ]]", false},
-        {"[[ /* [[[ ", false},  // an unclosed comment ends the text
-        {"[[ \"[[[ ", false},   // so does an unclosed string
-        {"]]]" + deep, true},   // closing brackets without openers count nothing
-    };
-    for (const auto& c : cases) EXPECT_EQ(JsonNestsDeeperThan(c.text, 2), c.deeper) << c.text;
-}
-
 TEST(RouteRules, CachePeriodComesFromTheLastEquals) {
     const std::pair<const char*, const char*> cases[] = {
         {"max-age=86400", "86400"}, {"max-age=1234567", "12345"}, {"", ""}, {"no-cache", "no-ca"}, {"a=1,b=60", "60"}};

@@ -241,6 +241,8 @@ TEST_F(RouteService, HostileAnswersAreContained) {
     for (int i = 0; i < 1000; ++i)
         thousand += "\"g" + std::to_string(i) + "\":{\"cas\":\"c" + std::to_string(i) + "\"},";
     thousand.back() = '}';
+    std::string deep;  // objects in objects, far deeper than any route answer
+    for (int i = 0; i < 100000; ++i) deep += "{\"g\":";
     const struct {
         std::string body;
         const wchar_t* calls;  // null: nothing applied
@@ -248,7 +250,9 @@ TEST_F(RouteService, HostileAnswersAreContained) {
     } cases[] = {
         {Body(1, "{\"g\":{\"cas\":{}}}"), nullptr, true},
         {"{\"isSuccess\":\"1\",\"services\":{\"g\":{\"cas\":\"x\"}}}", nullptr, true},
-        {std::string(200000, '{'), nullptr, true},
+        {deep, nullptr, true},
+        {std::string(200000, '['), nullptr, true},
+        {std::string(200000, '{'), nullptr, false},  // not JSON from its second byte: no services
         {Body(1, "{\"g\":{\"cas\":\"big\",\"pad\":\"" + std::string(8 << 20, 'a') + "\"}}"), L"CASBaseUrl=big;", false},
         {std::string("{\"isSuccess\":1,") + '\0' + "\"services\":{\"g\":{\"cas\":\"x\"}}}", nullptr, false},
         {Body(1, "{\"g\":{\"cas\":\"\xC3\x28\xFF\"}}"), L"CASBaseUrl=\xFFFD(\xFFFD;", false},

@@ -65,7 +65,7 @@ serverconfig	serverconfig/RegionJson.cpp	OnValue	m_scan.servers.clear();	;
 route	route/RouteDetail.cpp	ExpiryOf	if (periodSeconds > kMaxMs / 1000) {	if (periodSeconds >= kMaxMs / 1000) {
 route	route/RouteDetail.cpp	ExpiryOf	} else if (periodSeconds < kMinMs / 1000) {	} else if (periodSeconds <= kMinMs / 1000) {
 route	route/RouteDetail.cpp	ExpiryOf	if (obtainedMs > 0 && periodMs > kMaxMs - obtainedMs) return kMaxMs;	if (obtainedMs > 0 && periodMs > kMaxMs - obtainedMs + 1) return kMaxMs;
-route	route/RouteDetail.cpp	JudgeRouteCache	if (currentTime.size() > 15 || cachedCountry.empty()) return CacheFreshness::TimeTooLongOrNoCountry;	if (currentTime.size() > 16 || cachedCountry.empty()) return CacheFreshness::TimeTooLongOrNoCountry;
+route	route/RouteDetail.cpp	JudgeRouteCache	if (currentTime.size() > kMaxRouteTimeDigits || cachedCountry.empty())	if (currentTime.size() > kMaxRouteTimeDigits + 1 || cachedCountry.empty())
 route	route/RouteDetail.cpp	JudgeRouteCache	return expiry > nowMs ? CacheFreshness::Fresh : CacheFreshness::Expired;	return expiry >= nowMs ? CacheFreshness::Fresh : CacheFreshness::Expired;
 route	route/RouteDetail.cpp	CachePeriodText	return cacheControl.substr(start, 5);	return cacheControl.substr(start, 6);
 route	route/RouteDetail.cpp	FlattenRoutes	if (group.first == packageName) continue;	if (group.first != packageName) continue;

@@ -32,10 +32,11 @@ set(GRS_RULES_SOURCES
 # What the inspection needs of the layers beside the rules: the settings
 # document's file edge and the route record's JSON form. Compiled once too
 # (grs_edges), linked by the layers and the inspection; they log through
-# core/Log.h, whose definition the linking program brings (the library's
+# core/Log.h, whose Write the linking program brings (the library's
 # core/Log.cpp writes to the client's logger; the support program, which
 # links none of the client's libraries, has its own).
 set(GRS_EDGE_SOURCES
+    ${GRS_SOURCE_ROOT}/core/LogException.cpp
     ${GRS_SOURCE_ROOT}/core/IniFileIo.cpp
     ${GRS_SOURCE_ROOT}/route/RouteJson.cpp)
 

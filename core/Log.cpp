@@ -1,7 +1,5 @@
 #include "core/Log.h"
 
-#include <exception>
-
 #include "globalrootservice/collaborators/CloudLogger.h"
 
 namespace grs::log {
@@ -26,28 +24,6 @@ void Write(int severity, int line, const char* function, const std::wstring& mes
 
 void Write(int severity, int line, const char* function, const std::string& message, bool flag) noexcept {
     Forward(severity, line, function, message, flag);
-}
-
-void Exception(int line, const char* function, const char* what, const char* namedInMessage) noexcept {
-    try {
-        const char* named = namedInMessage ? namedInMessage : function;
-        std::string message = "[";
-        message += named ? named : "";
-        message += "] ";
-        message += (what && *what) ? what : "Unknown exception";
-        Forward(kError, line, function, message, true);
-    } catch (...) {
-    }
-}
-
-void CurrentException(int line, const char* function, const char* namedInMessage) noexcept {
-    try {
-        throw;
-    } catch (const std::exception& e) {
-        Exception(line, function, e.what(), namedInMessage);
-    } catch (...) {
-        Exception(line, function, nullptr, namedInMessage);
-    }
 }
 
 }  // namespace grs::log

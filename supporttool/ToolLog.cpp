@@ -5,7 +5,6 @@
 // log here instead: failures to standard error, where they stay apart from
 // the report on standard output; progress lines are dropped.
 #include <cstdio>
-#include <exception>
 #include <string>
 
 #include "core/Log.h"
@@ -23,25 +22,6 @@ void Write(int severity, int line, const char* function, const std::wstring& mes
         Write(severity, line, function, grs::WideToUtf8(message), flag);
     } catch (...) {
         // Logging is best effort.
-    }
-}
-
-void Exception(int line, const char* function, const char* what, const char* namedInMessage) noexcept {
-    try {
-        const char* named = namedInMessage ? namedInMessage : function;
-        Write(kError, line, function,
-              std::string("[") + (named ? named : "") + "] " + ((what && *what) ? what : "Unknown exception"), true);
-    } catch (...) {
-    }
-}
-
-void CurrentException(int line, const char* function, const char* namedInMessage) noexcept {
-    try {
-        throw;
-    } catch (const std::exception& e) {
-        Exception(line, function, e.what(), namedInMessage);
-    } catch (...) {
-        Exception(line, function, nullptr, namedInMessage);
     }
 }
 

@@ -47,12 +47,22 @@ struct FlagWords {
     const char* on;
     const char* off;
     Severity mismatch;
-    const char* rule;
+    std::string rule;
 };
+
+// "\"1\", \"true\" and \"True\"": texts as a person reads a list of them.
+template <size_t N>
+std::string QuotedList(const wchar_t* const (&texts)[N]) {
+    std::string list;
+    for (size_t i = 0; i < N; ++i)
+        list += std::string(i == 0 ? "" : i + 1 == N ? " and " : ", ") + "\"" + grs::WideToUtf8(texts[i]) + "\"";
+    return list;
+}
 
 const FlagWords* WordsOf(Reading reading) {
     static const FlagWords autoCheck{"on", "off", Severity::Warning,
-                                     "only \"1\", \"true\", \"TRUE\" and \"True\" turn automatic update checks on"};
+                                     "only " + QuotedList(readings::kAutoCheckUpdateOnTexts) +
+                                         " turn automatic update checks on"};
     static const FlagWords joinPlan{"joined", "not joined", Severity::Warning,
                                     "the value is read as a number (non-zero: joined)"};
     static const FlagWords autoStart{"on", "off", Severity::Problem,

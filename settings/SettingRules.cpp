@@ -105,7 +105,7 @@ bool BuildRunCommand(const std::wstring& executablePath, std::wstring& command) 
 }
 
 bool IsAutoCheckUpdateOn(const std::wstring& text) {
-    for (const wchar_t* accepted : {L"true", L"TRUE", L"1", L"True"})
+    for (const wchar_t* accepted : kAutoCheckUpdateOnTexts)
         if (text == accepted) return true;
     return false;
 }

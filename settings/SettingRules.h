@@ -325,7 +325,9 @@ std::vector<std::pair<const wchar_t*, std::wstring>> DefaultSettings(const Setti
 // FillIfEmpty of every default setting, in order.
 void CompleteSettings(CIniFileW& ini, const SettingDefaults& defaults);
 
-// "IsAutoCheckUpdate": the spellings of "on" the file may hold.
+// "IsAutoCheckUpdate": the spellings of "on" the file may hold, exactly
+// (any other text, "yes" or "on" among them, reads as off).
+inline constexpr const wchar_t* kAutoCheckUpdateOnTexts[] = {L"1", L"true", L"TRUE", L"True"};
 bool IsAutoCheckUpdateOn(const std::wstring& text);
 
 // COMPAT: "IsJoinUserExperiencePlan" is read as a number (atoi): the default "true"

@@ -73,7 +73,7 @@ const std::vector<CodeInfo> kCodes = {
     {Code::KeyMissing, "key-missing", kKeyReading, "keys missing", nullptr, kNextStart},
     {Code::KeyEmpty, "key-empty", kKeyReading, "keys empty", nullptr, kNextStart},
     {Code::KeyValue, "key-value", kKeyReading, "values as read", nullptr, kReported},
-    {Code::FlagReading, "flag-reading", kKeyReading, "flags that read otherwise than they look", "set-value", kUnclear},
+    {Code::FlagReading, "flag-reading", kKeyReading, "flags and how the library reads them", "set-value", kUnclear},
     {Code::ValueTooLong, "value-too-long", kKeyReading, "values longer than their field", nullptr, kReported},
     {Code::DeviceId, "device-id", kKeyReading, "device identity", nullptr, kReported},
     {Code::ThumbnailFolder, "thumbnail-folder", kKeyReading, "thumbnail folders", nullptr, kNextStart},

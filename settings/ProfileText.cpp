@@ -1,5 +1,8 @@
 #include "settings/ProfileText.h"
 
+// _wcsicmp: the C runtime's on Windows, the shim's in the native fuzz build.
+#include <windows.h>
+
 #include <cwchar>
 #include <string_view>
 #include <utility>

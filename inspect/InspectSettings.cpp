@@ -59,6 +59,11 @@ std::string QuotedList(const wchar_t* const (&texts)[N]) {
     return list;
 }
 
+// The text the library writes for a flag's reading, quoted.
+std::string Quoted(readings::Key key, bool on) {
+    return "\"" + grs::WideToUtf8(readings::FlagValue(key, on)) + "\"";
+}
+
 const FlagWords* WordsOf(Reading reading) {
     static const FlagWords autoCheck{"on", "off", Severity::Warning,
                                      "only " + QuotedList(readings::kAutoCheckUpdateOnTexts) +
@@ -66,12 +71,15 @@ const FlagWords* WordsOf(Reading reading) {
     static const FlagWords joinPlan{"joined", "not joined", Severity::Warning,
                                     "the value is read as a number (non-zero: joined)"};
     static const FlagWords autoStart{"on", "off", Severity::Problem,
-                                     "only \"1\" turns start with Windows on, so the next start removes the Run value"};
+                                     "only " + Quoted(readings::Key::IsAutoStartUp, true) +
+                                         " turns start with Windows on, so the next start removes the Run value"};
     static const FlagWords firstStart{"the first start", "not the first start", Severity::Warning,
-                                      "only \"true\" marks the first start after installation"};
+                                      "only " + Quoted(readings::Key::IsFirstStartUp, true) +
+                                          " marks the first start after installation"};
     // The flag says "settled", so a person's "on" is the library's "not pending".
     static const FlagWords shortcut{"settled", "still to be offered", Severity::Warning,
-                                    "only an empty value or \"0\" offers the desktop shortcut again"};
+                                    "only an empty value or " + Quoted(readings::Key::NoticeCreateLink, false) +
+                                        " offers the desktop shortcut again"};
     switch (reading) {
         case Reading::AutoCheckUpdate:
             return &autoCheck;

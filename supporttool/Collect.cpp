@@ -111,6 +111,15 @@ Json::Value Environment(const inspect::Snapshot& snapshot, const std::wstring& e
     environment["windows"] = RegistryText(HKEY_LOCAL_MACHINE, version, L"ProductName") + " " +
                              RegistryText(HKEY_LOCAL_MACHINE, version, L"DisplayVersion") + " build " +
                              RegistryText(HKEY_LOCAL_MACHINE, version, L"CurrentBuildNumber");
+    // What the system reports to a program that declares Windows 10 (this one's
+    // manifest does), as the library's own version query sees it: the
+    // registry's product name says "Windows 10" on Windows 11 too.
+    OSVERSIONINFOEXW reported = {};
+    reported.dwOSVersionInfoSize = sizeof reported;
+    if (::GetVersionExW(reinterpret_cast<OSVERSIONINFOW*>(&reported)))
+        environment["windowsVersion"] = std::to_string(reported.dwMajorVersion) + "." +
+                                        std::to_string(reported.dwMinorVersion) + "." +
+                                        std::to_string(reported.dwBuildNumber);
     environment["longPathsEnabled"] =
         RegistryNumber(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\FileSystem", L"LongPathsEnabled");
     const std::wstring profile = KnownFolder(FOLDERID_Profile);

@@ -50,9 +50,18 @@ bool DecodeBytes(unsigned codePage, DWORD flags, const char* data, size_t size, 
     return true;
 }
 
-// UTF-16LE, two bytes per code unit, moved one char16_t at a time: a
-// wchar_t holds one unit whatever its width (two bytes on Windows, four in
-// the native fuzz build). Hosts are little-endian, as the file is.
+// Plain bytes are taken for UTF-8 when they are valid UTF-8 and not all ASCII.
+bool DecodesAsUtf8(const std::string& bytes, std::wstring& text) {
+    return !grs::IsAscii(bytes) && DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text);
+}
+
+}  // namespace
+
+namespace grs {
+
+// Moved one char16_t at a time: a wchar_t holds one unit whatever its width
+// (two bytes on Windows, four in the native fuzz build). Hosts are
+// little-endian, as the file is.
 std::wstring FromUtf16Le(const char* data, size_t units) {
     std::wstring text(units, L'\0');
     for (size_t i = 0; i < units; ++i) {
@@ -71,15 +80,6 @@ std::string ToUtf16Le(const std::wstring& text) {
     }
     return bytes;
 }
-
-// Plain bytes are taken for UTF-8 when they are valid UTF-8 and not all ASCII.
-bool DecodesAsUtf8(const std::string& bytes, std::wstring& text) {
-    return !grs::IsAscii(bytes) && DecodeBytes(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), bytes.size(), text);
-}
-
-}  // namespace
-
-namespace grs {
 
 std::wstring DecodeIniBytes(const std::string& bytes, IniEncoding& encoding) {
     std::wstring text;
@@ -145,7 +145,7 @@ std::string Encode(const std::wstring& text, IniEncoding& encoding) {
     if (encoding != IniEncoding::Utf16Le && HasLoneSurrogate(text)) encoding = IniEncoding::Utf16Le;
     switch (encoding) {
         case IniEncoding::Utf16Le: {
-            return std::string("\xFF\xFE", 2) + ToUtf16Le(text);
+            return std::string("\xFF\xFE", 2) + grs::ToUtf16Le(text);
         }
         case IniEncoding::Utf8Bom:
             return "\xEF\xBB\xBF" + grs::WideToUtf8(text);

@@ -39,6 +39,10 @@ enum class IniEncoding {
                   // back as UTF-8, turns the file into UTF-16LE
 };
 
+// UTF-16LE code units from `units` pairs of bytes, and back. Pure.
+std::wstring FromUtf16Le(const char* data, size_t units);
+std::string ToUtf16Le(const std::wstring& text);
+
 // The text of a file's bytes and the encoding they were read in, by the
 // rules above (a byte-order mark decides first). Pure.
 std::wstring DecodeIniBytes(const std::string& bytes, IniEncoding& encoding);

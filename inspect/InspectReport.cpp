@@ -9,6 +9,7 @@
 #include "core/IniFile.h"
 #include "core/TextUtil.h"
 #include "inspect/InspectDetail.h"
+#include "inspect/JsonText.h"
 #include "inspect/Repair.h"
 #include "settings/SettingRules.h"
 
@@ -341,10 +342,7 @@ std::string RenderJson(const Report& report, const RepairResult* repair) {
             changes.append(item);
         }
     }
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "  ";
-    builder["emitUTF8"] = true;
-    return Json::writeString(builder, root) + "\n";
+    return JsonText(root);
 }
 
 std::string RenderText(const Report& report, const RepairResult* repair) {

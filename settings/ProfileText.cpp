@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "core/IniFile.h"
 #include "core/IniText.h"
 #include "core/TextUtil.h"
 
@@ -88,17 +89,9 @@ bool ProfileFunctionsTake(const std::wstring& path, bool narrowPath, unsigned co
 std::string WithProfileKey(const std::string& fileBytes, const std::wstring& section, const std::wstring& key,
                            const std::wstring& value, unsigned codePage) {
     if (StartsWith(fileBytes, "\xFF\xFE")) {
-        std::wstring text((fileBytes.size() - 2) / 2, L'\0');
-        for (size_t i = 0; i < text.size(); ++i)
-            text[i] = static_cast<wchar_t>(static_cast<unsigned char>(fileBytes[2 + 2 * i]) |
-                                           static_cast<unsigned char>(fileBytes[3 + 2 * i]) << 8);
-        text = EditText(std::move(text), section, key, value, [](const std::wstring& name) { return name; });
-        std::string bytes = "\xFF\xFE";
-        for (wchar_t unit : text) {
-            bytes += static_cast<char>(unit & 0xFF);
-            bytes += static_cast<char>((unit >> 8) & 0xFF);
-        }
-        return bytes;
+        const std::wstring text = EditText(FromUtf16Le(fileBytes.data() + 2, (fileBytes.size() - 2) / 2), section,
+                                           key, value, [](const std::wstring& name) { return name; });
+        return "\xFF\xFE" + ToUtf16Le(text);
     }
     const bool utf8 = StartsWith(fileBytes, "\xEF\xBB\xBF");
     const unsigned fileCodePage = utf8 ? kCodePageUtf8 : codePage;

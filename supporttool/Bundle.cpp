@@ -166,10 +166,7 @@ inspect::EnvironmentFacts EnvironmentLines(const Json::Value& environment) {
     for (const std::string& name : environment.getMemberNames()) {
         const Json::Value& value = environment[name];
         if (value.isObject() || value.isArray()) {
-            Json::StreamWriterBuilder builder;
-            builder["indentation"] = "";
-            builder["emitUTF8"] = true;
-            lines.emplace_back(name, Json::writeString(builder, value));
+            lines.emplace_back(name, inspect::JsonText(value, ""));
         } else {
             lines.emplace_back(name, value.asString());
         }

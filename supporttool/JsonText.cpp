@@ -34,11 +34,4 @@ bool ParseJsonObject(const std::string& text, Json::Value& value) {
     return reader->parse(text.data(), text.data() + text.size(), &value, &errors) && value.isObject();
 }
 
-std::string JsonText(const Json::Value& value) {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "  ";
-    builder["emitUTF8"] = true;
-    return Json::writeString(builder, value) + "\n";
-}
-
 }  // namespace supporttool

@@ -7,7 +7,11 @@
 
 #include <string>
 
+#include "inspect/JsonText.h"
+
 namespace supporttool {
+
+using inspect::JsonText;
 
 // Texts between the program's wide strings and JSON's UTF-8.
 std::string Text(const std::wstring& text);
@@ -19,7 +23,5 @@ std::string Unhex(const std::string& hex);
 
 // False when `text` is no JSON object.
 bool ParseJsonObject(const std::string& text, Json::Value& value);
-// Indented, UTF-8 as it is, a line end at the end.
-std::string JsonText(const Json::Value& value);
 
 }  // namespace supporttool

@@ -5,6 +5,8 @@
 #include <atomic>
 #include <cstdio>
 
+#include "core/TextUtil.h"
+
 namespace grs::test {
 
 namespace {
@@ -102,6 +104,30 @@ bool HasLogLine(const std::string& function, int severity, const std::wstring& m
         if (l.function == function && l.severity == severity && l.message == message && (line == 0 || l.line == line))
             return true;
     return false;
+}
+
+std::map<std::string, std::string> IniKeys(std::string bytes) {
+    if (bytes.size() >= 2 && bytes.compare(0, 2, "\xFF\xFE") == 0) {
+        std::wstring text((bytes.size() - 2) / 2, L'\0');
+        for (size_t i = 0; i < text.size(); ++i)
+            text[i] = static_cast<wchar_t>(static_cast<unsigned char>(bytes[2 + 2 * i]) |
+                                           static_cast<unsigned char>(bytes[3 + 2 * i]) << 8);
+        bytes = grs::WideToUtf8(text);
+    }
+    std::map<std::string, std::string> keys;
+    std::string section;
+    size_t start = 0;
+    while (start < bytes.size()) {
+        size_t end = bytes.find('\n', start);
+        if (end == std::string::npos) end = bytes.size();
+        std::string line = bytes.substr(start, end - start);
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        start = end + 1;
+        if (!line.empty() && line[0] == '[') section = line;
+        else if (line.find('=') != std::string::npos)
+            keys[section + "/" + line.substr(0, line.find('='))] = line.substr(line.find('=') + 1);
+    }
+    return keys;
 }
 
 }  // namespace grs::test

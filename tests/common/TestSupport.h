@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -63,6 +64,11 @@ using support::ReadFileBytes;
 using support::RemoveTree;
 using support::WriteFileBytes;
 bool FileExists(const std::wstring& path);
+// "[section]/key" -> value of an INI file's bytes, as written by the profile
+// functions or the library's document: UTF-16LE with a byte-order mark is
+// turned into UTF-8, other bytes are taken as they are.
+std::map<std::string, std::string> IniKeys(std::string bytes);
+
 // The names of the files directly in `folder`, folders aside.
 std::set<std::wstring> FileNames(const std::wstring& folder);
 

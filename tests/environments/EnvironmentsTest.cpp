@@ -42,35 +42,9 @@ std::wstring Extended(const std::wstring& path) {
     return L"\\\\?\\" + path;
 }
 
-// "section/key" -> value of a file written by the profile functions or the
-// library's document (UTF-8 or code-page bytes, not decoded).
-std::map<std::string, std::string> Keys(std::string bytes) {
-    if (bytes.size() >= 2 && bytes.compare(0, 2, "\xFF\xFE") == 0) {
-        std::wstring text((bytes.size() - 2) / 2, L'\0');
-        for (size_t i = 0; i < text.size(); ++i)
-            text[i] = static_cast<wchar_t>(static_cast<unsigned char>(bytes[2 + 2 * i]) |
-                                           static_cast<unsigned char>(bytes[3 + 2 * i]) << 8);
-        bytes = WideToUtf8(text);
-    }
-    std::map<std::string, std::string> keys;
-    std::string section;
-    size_t start = 0;
-    while (start < bytes.size()) {
-        size_t end = bytes.find('\n', start);
-        if (end == std::string::npos) end = bytes.size();
-        std::string line = bytes.substr(start, end - start);
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        start = end + 1;
-        if (!line.empty() && line[0] == '[') section = line;
-        else if (line.find('=') != std::string::npos)
-            keys[section + "/" + line.substr(0, line.find('='))] = line.substr(line.find('=') + 1);
-    }
-    return keys;
-}
-
 std::vector<std::string> KeyNames(const std::string& bytes) {
     std::vector<std::string> names;
-    for (const auto& key : Keys(bytes)) names.push_back(key.first);
+    for (const auto& key : IniKeys(bytes)) names.push_back(key.first);
     return names;
 }
 
@@ -128,7 +102,7 @@ Outcome StartIn(const TempFolder& root, const Environment& environment) {
         operation.run(outcome);
     }
     outcome.settingKeys = KeyNames(ReadFileBytes(Extended(appData + L"\\Setting.ini")));
-    outcome.syncKeys = Keys(ReadFileBytes(Extended(appData + L"\\SyncSetting.ini")));
+    outcome.syncKeys = IniKeys(ReadFileBytes(Extended(appData + L"\\SyncSetting.ini")));
     for (const ClientStandIn::LogLine& line : ClientStandIn::LogLines())
         if (line.severity == 5 && line.function != "ClientInitialize::SyncBaseUri") outcome.failures.push_back(line.message);
     return outcome;

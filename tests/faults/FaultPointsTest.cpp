@@ -77,32 +77,6 @@ State Snapshot(const std::wstring& folder) {
     return state;
 }
 
-// "section/key" -> value, for files written key by key.
-std::map<std::string, std::string> Keys(const std::string& bytes) {
-    std::string text;
-    if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF && static_cast<unsigned char>(bytes[1]) == 0xFE) {
-        for (size_t i = 2; i + 1 < bytes.size(); i += 2) text += bytes[i + 1] == 0 ? bytes[i] : '?';
-    } else {
-        text = bytes;
-    }
-    std::map<std::string, std::string> keys;
-    std::string section;
-    size_t start = 0;
-    while (start < text.size()) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        std::string line = text.substr(start, end - start);
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        start = end + 1;
-        if (!line.empty() && line[0] == '[') {
-            section = line;
-        } else if (line.find('=') != std::string::npos) {
-            keys[section + "/" + line.substr(0, line.find('='))] = line.substr(line.find('=') + 1);
-        }
-    }
-    return keys;
-}
-
 // The files under `folder` and its subfolders, named `prefix` + their relative path.
 void AddTree(State& state, const std::wstring& folder, const std::wstring& prefix) {
     WIN32_FIND_DATAW entry = {};
@@ -222,7 +196,7 @@ protected:
             landed = false;
             if (operation.landing == Landing::Anything) continue;
             if (operation.landing == Landing::EachKey && now != "<absent>" && !IsWholeEntry(name)) {
-                const auto oldKeys = Keys(old), newKeys = Keys(fresh), nowKeys = Keys(now);
+                const auto oldKeys = IniKeys(old), newKeys = IniKeys(fresh), nowKeys = IniKeys(now);
                 for (const auto& key : newKeys) {
                     const auto present = nowKeys.find(key.first);
                     const auto was = oldKeys.find(key.first);
@@ -271,7 +245,8 @@ protected:
         for (const auto& entry : expected) {
             const auto found = now.find(entry.first);
             if (found == now.end()) return false;
-            if (IsWholeEntry(entry.first) ? found->second != entry.second : Keys(found->second) != Keys(entry.second))
+            if (IsWholeEntry(entry.first) ? found->second != entry.second
+                                          : IniKeys(found->second) != IniKeys(entry.second))
                 return false;
         }
         return true;
@@ -539,8 +514,8 @@ TEST_F(FaultPoints, BaseUriWorkerWritesOnceAPassingFaultIsGone) {
         Injector().Disarm();
         worker.join();
         EXPECT_FALSE(LogLinesOf("ClientInitialize::SyncBaseUri").empty()) << row.name;
-        EXPECT_EQ(Keys(ReadFileBytes(SyncPath()))["[SyncSetting]/BaseUri"], WideToUtf8(address)) << row.name;
-        EXPECT_EQ(Keys(ReadFileBytes(SyncPath()))["[SyncSetting]/UserKey"], "kept") << row.name;
+        EXPECT_EQ(IniKeys(ReadFileBytes(SyncPath()))["[SyncSetting]/BaseUri"], WideToUtf8(address)) << row.name;
+        EXPECT_EQ(IniKeys(ReadFileBytes(SyncPath()))["[SyncSetting]/UserKey"], "kept") << row.name;
     }
 }
 
